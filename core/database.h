@@ -1,0 +1,81 @@
+// The sample index: one SQLite connection to one database file, guarded by one mutex.
+//
+// Every public operation locks the mutex for its whole duration, so the object may be
+// shared between the GUI thread and background scans; operations never call each
+// other. `exec` alone does not lock: it is for callers that already hold the lock.
+// Writes report failures by throwing std::runtime_error with SQLite's message or a
+// fixed user-facing text; read-only listings never throw for SQLite errors and return
+// what they could read.
+//
+// Opening brings the schema to version 5. A database at versions 1 to 4 is first copied
+// to "<file>.pre-v5-backup" with SQLite's online backup; an existing backup is never
+// overwritten.
+#pragma once
+
+#include "core/sample.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+namespace qv {
+
+struct Library {
+    std::int64_t id = 0;
+    std::string path;
+    std::int64_t sampleCount = 0; // "._" files not counted
+    std::string displayLabel;     // empty when none
+};
+
+struct IndexedPath {
+    std::string libraryPath;
+    std::string samplePath;
+    std::string libraryLabel;
+};
+
+class Database {
+public:
+    explicit Database(const std::filesystem::path& path);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    int exec(const char* sql);
+    void migrate();
+
+    // Libraries and sample records.
+    std::int64_t addLibrary(const std::filesystem::path& path);
+    void setLibraryAvailable(const std::filesystem::path& path, bool available);
+    std::optional<Sample> findByPath(const std::filesystem::path& path) const;
+    std::optional<std::filesystem::path> relinkMovedSample(std::int64_t libraryId,
+                                                           const std::filesystem::path& newPath,
+                                                           std::int64_t fileSize, std::int64_t modifiedAt);
+    void upsert(const Sample& sample, std::int64_t libraryId);
+    void removeMissing(std::int64_t libraryId, const std::vector<std::string>& seenPaths,
+                       std::uint64_t& removed);
+    std::vector<Library> libraries() const;
+    void setLibraryDisplayLabel(std::int64_t libraryId, const std::string& label);
+    void removeLibrary(std::int64_t libraryId);
+    std::vector<IndexedPath> indexedPaths() const;
+    std::int64_t countSamples() const;
+    int parserRevision() const;
+    void setParserRevision(int revision);
+
+private:
+    struct Closer {
+        void operator()(sqlite3* db) const;
+    };
+
+    void backupBeforeVersion5();
+
+    std::unique_ptr<sqlite3, Closer> _db;
+    mutable std::mutex _mutex;
+};
+
+} // namespace qv

@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs the whole test suite: every test in the
+# normal build, then the core tests again under AddressSanitizer and UBSan.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+start=$SECONDS
+
+bash tools/setup.sh
+
+echo "== build (RelWithDebInfo)"
+bash tools/build.sh build
+echo "== build (address + undefined sanitizers)"
+bash tools/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON -DQV_BUILD_BENCH=OFF
+
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+
+echo "== core tests under sanitizers"
+ctest --test-dir build-asan -L core --output-on-failure --parallel "$(nproc)"
+
+echo "== all tests"
+ctest --test-dir build --output-on-failure --parallel "$(nproc)"
+
+echo "== finished in $((SECONDS - start)) s"
