@@ -1,1 +1,184 @@
+#include "core/database.h"
+#include "core/database_migrations.h"
+#include "support/raw_db.h"
+#include "support/temp_dir.h"
+
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using qv::test::RawDb;
+using qv::test::TempDir;
+
+// Builds a database the way an older release left it: the version table, then the
+// first `version` scripts, then rows that later scripts must carry over.
+void buildDatabaseAtVersion(const fs::path& file, int version)
+{
+    RawDb raw(file);
+    raw.exec("PRAGMA journal_mode=WAL;");
+    raw.exec(qv::schema::kVersionTable);
+    for (int v = 1; v <= version; ++v) raw.exec(qv::schema::kScripts[static_cast<std::size_t>(v - 1)]);
+    if (version >= 1) {
+        raw.exec("INSERT INTO libraries(id,path) VALUES(1,'/Samples');"
+                 "INSERT INTO samples(id,path,filename,library_id,type,genre,instrument,file_size,modified_at,favorite)"
+                 " VALUES(7,'/Samples/Kick 01.wav','Kick 01.wav',1,'One Shot','House, Techno','Kick',10,20,1);"
+                 "INSERT INTO samples(id,path,filename,library_id,type,file_size,modified_at)"
+                 " VALUES(8,'/Samples/Pad.wav','Pad.wav',1,'Loop',10,20);"
+                 "INSERT INTO playlists(id,name) VALUES(3,'Keepers');"
+                 "INSERT INTO playlist_items(playlist_id,sample_id,position) VALUES(3,7,0);");
+    }
+    if (version >= 2) raw.exec("INSERT INTO app_metadata(key,value) VALUES('library_label:1','Main');");
+}
+
+std::string readAll(const fs::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream out;
+    out << in.rdbuf();
+    return out.str();
+}
+
+fs::path backupOf(const fs::path& file)
+{
+    return fs::path(file.string() + ".pre-v5-backup");
+}
+
+TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup)
+{
+    TempDir dir;
+    const auto file = dir / "a/b c/quorvalinder.db";
+    { qv::Database db(file); }
+    EXPECT_FALSE(fs::exists(backupOf(file)));
+
+    RawDb raw(file);
+    EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
+    EXPECT_EQ(raw.integer("SELECT count(*) FROM schema_version"), 1);
+    EXPECT_EQ(raw.text("PRAGMA journal_mode"), "wal");
+
+    const std::vector<std::string> expected = {
+        "app_metadata", "idx_playlist_items_sample", "idx_sample_genres_genre", "idx_samples_bpm",
+        "idx_samples_favorite", "idx_samples_instrument", "idx_samples_instrument_override", "idx_samples_key",
+        "idx_samples_library", "idx_samples_path", "idx_samples_type", "idx_samples_type_override", "libraries",
+        "playlist_items", "playlists", "sample_genres", "sample_search", "sample_tags", "samples", "samples_ad",
+        "samples_ai", "samples_au", "schema_version", "tags",
+    };
+    const auto names = raw.column("SELECT name FROM sqlite_master WHERE name NOT LIKE 'sqlite_%' AND name NOT LIKE "
+                                  "'sample_search_%' ORDER BY name");
+    EXPECT_EQ(names, expected);
+    const auto columns = raw.column("SELECT name FROM pragma_table_info('samples') ORDER BY cid");
+    EXPECT_EQ(columns.back(), "instrument_override_source");
+    EXPECT_EQ(columns.size(), 22u);
+}
+
+// Every older version: a backup exactly for 1-4 holding the old content, data carried
+// over, and a second open changes nothing.
+TEST(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToVersion5)
+{
+    for (int version = 0; version <= 4; ++version) {
+        SCOPED_TRACE("from version " + std::to_string(version));
+        TempDir dir;
+        const auto file = dir / "quorvalinder.db";
+        buildDatabaseAtVersion(file, version);
+
+        { qv::Database db(file); }
+        const auto backup = backupOf(file);
+        ASSERT_EQ(fs::exists(backup), version >= 1);
+
+        RawDb raw(file);
+        EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
+        if (version >= 1) {
+            RawDb old(backup);
+            EXPECT_EQ(old.integer("SELECT version FROM schema_version"), version);
+            EXPECT_EQ(old.integer("SELECT count(*) FROM samples"), 2);
+
+            EXPECT_EQ(raw.integer("SELECT favorite FROM samples WHERE id=7"), 1);
+            EXPECT_EQ(raw.integer("SELECT count(*) FROM playlist_items WHERE playlist_id=3"), 1);
+            EXPECT_EQ(raw.text("SELECT auto_type FROM samples WHERE id=7"), version >= 4 ? "Unknown" : "One Shot");
+            EXPECT_EQ(raw.text("SELECT auto_instrument FROM samples WHERE id=7"), "Kick");
+            // The old joined genre text becomes one 'auto' genre, not two.
+            EXPECT_EQ(raw.column("SELECT genre||'/'||source FROM sample_genres WHERE sample_id=7"),
+                      std::vector<std::string>{"House, Techno/auto"});
+            EXPECT_EQ(raw.integer("SELECT count(*) FROM sample_genres WHERE sample_id=8"), 0);
+        }
+        if (version >= 2) {
+            EXPECT_EQ(raw.text("SELECT value FROM app_metadata WHERE key='library_label:1'"), "Main");
+        }
+
+        const std::string backupBytes = version >= 1 ? readAll(backup) : "";
+        { qv::Database again(file); }
+        EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
+        if (version >= 1) {
+            EXPECT_EQ(readAll(backup), backupBytes);
+        }
+    }
+}
+
+TEST(DatabaseMigration, AnExistingBackupIsNeverOverwritten)
+{
+    TempDir dir;
+    const auto file = dir / "quorvalinder.db";
+    buildDatabaseAtVersion(file, 4);
+    qv::test::writeFile(backupOf(file), "an older backup");
+
+    { qv::Database db(file); }
+    EXPECT_EQ(readAll(backupOf(file)), "an older backup");
+    RawDb raw(file);
+    EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
+}
+
+// A backup that cannot be written stops the migration before any script runs.
+TEST(DatabaseMigration, FailedBackupLeavesTheDatabaseUntouched)
+{
+    TempDir dir;
+    const auto file = dir / "quorvalinder.db";
+    buildDatabaseAtVersion(file, 3);
+    // A dangling link into a folder that does not exist: the path reads as absent, but
+    // nothing can be written through it.
+    fs::create_symlink(dir / "no such folder/backup", backupOf(file));
+
+    try {
+        qv::Database db(file);
+        FAIL() << "opening must fail";
+    } catch (const std::runtime_error& error) {
+        const std::string message = error.what();
+        EXPECT_TRUE(message == "Could not create migration backup" || message == "Could not complete migration backup")
+            << message;
+    }
+    RawDb raw(file);
+    EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 3);
+    EXPECT_EQ(raw.integer("SELECT count(*) FROM pragma_table_info('samples') WHERE name='auto_type'"), 0);
+    EXPECT_EQ(raw.integer("SELECT count(*) FROM samples"), 2);
+    EXPECT_FALSE(fs::exists(dir / "no such folder"));
+}
+
+TEST(DatabaseMigration, OpeningSomethingThatIsNotADatabaseFails)
+{
+    TempDir dir;
+    const auto file = dir / "quorvalinder.db";
+    qv::test::writeFile(file, std::string(4096, 'x'));
+    EXPECT_THROW(qv::Database db(file), std::runtime_error);
+    EXPECT_EQ(readAll(file), std::string(4096, 'x'));
+
+    fs::create_directories(dir / "folder.db");
+    EXPECT_THROW(qv::Database db(dir / "folder.db"), std::runtime_error);
+}
+
+// The rank function must be registered as deterministic: only then may an index use it.
+TEST(DatabaseMigration, RankFunctionIsRegisteredAsDeterministic)
+{
+    TempDir dir;
+    qv::Database db(dir / "quorvalinder.db");
+    EXPECT_NO_THROW(db.exec("CREATE INDEX probe ON samples(qv_filename_search_rank(filename,'kick')); DROP INDEX probe;"));
+    try {
+        db.exec("SELECT no_such_function()");
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "no such function: no_such_function");
+    }
+}
+
+} // namespace

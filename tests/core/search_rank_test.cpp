@@ -1,1 +1,151 @@
+#include "core/search_rank.h"
+
 #include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using Tokens = std::vector<std::string>;
+
+TEST(SearchTokens, SplitOnPunctuationLowerCaseAsciiAndKeepUtf8Bytes)
+{
+    struct Case {
+        std::string text;
+        Tokens tokens;
+    };
+    const std::vector<Case> cases = {
+        {"Kick_808-C#.wav", {"kick", "808", "c#", "wav"}},
+        {"  Big   KICK  ", {"big", "kick"}},
+        {"", {}},
+        {"_-. ,;()\"*", {}},
+        {"#", {"#"}},
+        {"Caf\xC3\x89 Loop", {"caf\xC3\x89", "loop"}}, // accented letters stay as they are
+        {"\xC3\xA9t\xC3\xA9", {"\xC3\xA9t\xC3\xA9"}},
+        {"\xFF\xFE-x", {"\xFF\xFE", "x"}}, // invalid UTF-8 bytes are kept, not dropped
+        {"a\tb\nc", {"a", "b", "c"}},
+        {"F#m/Bb", {"f#m", "bb"}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(qv::searchTokens(c.text), c.tokens) << c.text;
+}
+
+TEST(FtsQuery, EveryTokenIsAQuotedRequiredPrefix)
+{
+    EXPECT_EQ(qv::ftsQuery("Kick 808"), "\"kick\"* AND \"808\"*");
+    EXPECT_EQ(qv::ftsQuery("hat"), "\"hat\"*");
+    EXPECT_EQ(qv::ftsQuery(" \"(*)\" "), "");
+    EXPECT_EQ(qv::ftsQuery("path:kick NEAR"), "\"path\"* AND \"kick\"* AND \"near\"*");
+}
+
+// Hostile text must never become FTS5 syntax: every expression parses and runs.
+TEST(FtsQuery, HostileTextAlwaysRunsAsAMatch)
+{
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db,
+                           "CREATE VIRTUAL TABLE t USING fts5(filename,path);"
+                           "INSERT INTO t VALUES('Kick 808.wav','/x/Drums/Kick 808.wav');"
+                           "INSERT INTO t VALUES('Snare NEAR.wav','/x/AND/OR.wav');",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    const std::vector<std::string> hostile = {
+        "\"", "\"\"\"", "*", "kick*", "(kick", "kick)", "NEAR(kick snare)", "AND", "OR NOT", "path:kick",
+        "filename : snare", "^kick", "kick + snare", "-kick", "#", "\xFF\xFE\xFD", std::string(10000, 'k'),
+        std::string("a\0b", 3), "{filename path}: kick", "kick NOT snare",
+    };
+    for (const auto& text : hostile) {
+        const std::string expression = qv::ftsQuery(text);
+        if (expression.empty()) continue;
+        sqlite3_stmt* st = nullptr;
+        ASSERT_EQ(sqlite3_prepare_v2(db, "SELECT count(*) FROM t WHERE t MATCH ?", -1, &st, nullptr), SQLITE_OK);
+        sqlite3_bind_text(st, 1, expression.c_str(), -1, SQLITE_TRANSIENT);
+        EXPECT_EQ(sqlite3_step(st), SQLITE_ROW) << text << " -> " << expression << ": " << sqlite3_errmsg(db);
+        sqlite3_finalize(st);
+    }
+    sqlite3_close(db);
+}
+
+TEST(FilenameSearchRank, Bands)
+{
+    struct Case {
+        const char* filename;
+        const char* query;
+        int rank;
+    };
+    const std::vector<Case> cases = {
+        // exact tokens
+        {"Kick.wav", "kick", 0},
+        {"Kick_808.wav", "808 KICK", 300000}, // same tokens in another order are not "exactly"
+        {"Kick 01.wav", "kick", 100001},
+        {"Big Kick 01.wav", "kick", 100002},
+        {"Big Kick 01.wav", "big kick", 100001},
+        {"kick loud snare.wav", "kick snare", 200001},
+        {"kick a b snare x kick snare.wav", "kick snare", 100005}, // a phrase anywhere beats gaps
+        {"kick a b snare kick c snare.wav", "kick snare", 200001}, // least gaps over all starts
+        {"snare kick.wav", "kick snare", 300000},
+        {"snare x kick.wav", "kick snare", 300001},
+        {"snare x y kick snare.wav", "kick snare", 100003},
+        // prefix tokens
+        {"Kick.wav", "kic", 400000},
+        {"Kick Drum.wav", "kic", 400001},
+        {"Kick Drum.wav", "kic dr", 400000},
+        {"kicker loud snares.wav", "kick snare", 500001},
+        {"snares kicker.wav", "kick snare", 600000},
+        // repeated query tokens need as many name tokens
+        {"kick.wav", "kick kick", qv::kNoMatchRank},
+        {"kick kick.wav", "kick kick", 0},
+        {"kick x kick.wav", "kick kick", 200001},
+        // no match and unusable input
+        {"Snare.wav", "kick", qv::kNoMatchRank},
+        {".wav", "wav", qv::kNoMatchRank},
+        {"Kick.wav", "--", qv::kNoMatchRank},
+        {"", "kick", qv::kNoMatchRank},
+        {"README", "readme", 0},                   // no dot: the whole name is the stem
+        {"Kick.01.wav", "kick 01", 0},             // only the last extension goes
+        {"Caf\xC3\xA9 Pad.wav", "caf\xC3\xA9", 100001},
+        {"CAF\xC3\x89 Pad.wav", "caf\xC3\xA9", qv::kNoMatchRank}, // non-ASCII is not case-folded
+        {"\xFF\xFE.wav", "\xFF", 400000},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(qv::filenameSearchRank(c.filename, c.query), c.rank) << c.filename << " / " << c.query;
+    }
+}
+
+// A name token is credited to the alphabetically first query token it fits, even when
+// that token is satisfied already, so "ab" can starve.
+TEST(FilenameSearchRank, AnyOrderCreditsTheFirstFittingQueryTokenAlphabetically)
+{
+    // Every token fitting "ab" fits "a" too and is credited there, so "ab" starves.
+    EXPECT_EQ(qv::filenameSearchRank("abc.wav", "ab a"), qv::kNoMatchRank);
+    EXPECT_EQ(qv::filenameSearchRank("ax abc.wav", "ab a"), qv::kNoMatchRank);
+    // The earlier tiers do not credit, so the same tokens in query order still match.
+    EXPECT_EQ(qv::filenameSearchRank("abc ax.wav", "ab a"), 400000);
+    // Exact mode credits by equality, so order does not matter there.
+    EXPECT_EQ(qv::filenameSearchRank("ab x a.wav", "a ab"), 300001);
+}
+
+TEST(FilenameSearchRank, SqlFunctionTreatsNullAsNoMatch)
+{
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_create_function_v2(db, "r", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
+                                         &qv::searchRankSql, nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    auto rank = [&](const char* sql) {
+        sqlite3_stmt* st = nullptr;
+        EXPECT_EQ(sqlite3_prepare_v2(db, sql, -1, &st, nullptr), SQLITE_OK);
+        EXPECT_EQ(sqlite3_step(st), SQLITE_ROW);
+        const int value = sqlite3_column_int(st, 0);
+        sqlite3_finalize(st);
+        return value;
+    };
+    EXPECT_EQ(rank("SELECT r('Big Kick 01.wav','kick')"), 100002);
+    EXPECT_EQ(rank("SELECT r(NULL,'kick')"), qv::kNoMatchRank);
+    EXPECT_EQ(rank("SELECT r('Kick.wav',NULL)"), qv::kNoMatchRank);
+    EXPECT_EQ(rank("SELECT r(808,'808')"), 0); // numbers are read as their text
+    sqlite3_close(db);
+}
+
+} // namespace
