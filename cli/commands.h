@@ -1,0 +1,17 @@
+// The subcommands of quorvalinder-cli, each registered on the application with its
+// options and a callback that runs it against the shared context.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace qv::cli {
+
+struct CliContext;
+
+void addScanCommand(CLI::App& app, CliContext& context);
+void addLibraryCommands(CLI::App& app, CliContext& context);
+void addInspectCommand(CLI::App& app, CliContext& context);
+
+} // namespace qv::cli
