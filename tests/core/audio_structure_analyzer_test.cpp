@@ -138,7 +138,7 @@ TEST(AudioStructureAnalyzerTest, ChunkLayoutsAndLyingHeaders)
         {"data shorter than written", {.sampleRate = 1000, .declaredDataSize = 400}, 500, 0.2},
         {"partial last frame ignored", {.sampleRate = 1000, .channels = 2, .declaredDataSize = 7}, 500, 0.001},
         {"fmt of 17 bytes, odd size padded", {.sampleRate = 1000, .declaredFormatSize = 17}, 500, 0.5},
-        {"fmt shorter than 16", {.sampleRate = 1000, .declaredFormatSize = 14}, 500, std::nullopt},
+        {"fmt shorter than 16", {.sampleRate = 1000, .dataBeforeFormat = true, .declaredFormatSize = 14}, 500, std::nullopt},
         {"data longer than the file", {.sampleRate = 1000, .declaredDataSize = 1002}, 500, std::nullopt},
         {"data size near 4 GiB", {.sampleRate = 1000, .declaredDataSize = 0xFFFFFFFF}, 500, std::nullopt},
         {"less than one frame", {.sampleRate = 1000, .declaredDataSize = 1}, 500, std::nullopt},

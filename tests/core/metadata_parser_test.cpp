@@ -30,6 +30,7 @@ TEST(MetadataParserTest, TempoIsReadFromTheFirstShapeThatYieldsOne)
         {"Kick 1000bpm", std::nullopt},  // four digits: no word boundary, too long when glued
         {"x120bpm", 120},                // glued to a word: only the plain "(\d+)bpm" sees it
         {"x1200bpm 90 loop", 90},        // the glued run is too long, the loop shape still counts
+        {"Kit_x0120bpm", std::nullopt},  // four glued digits are refused even with a tempo inside
         {"drums 120 am", 120},
         {"Vocal Chop 95 F#", 95},
         {"128 - C# min - Pad", 128},
@@ -112,11 +113,11 @@ TEST(MetadataParserTest, InstrumentIsTheFirstTableKeywordAnywhereInTheName)
 TEST(MetadataParserTest, InstrumentSpellingsFoldOntoOneName)
 {
     const TextCase cases[] = {
-        {"Hi Hat", "HiHat"},   {"hats", "HiHat"},       {"HiHat", "HiHat"},   {"hi-hats", "Hi-hats"},
-        {"Key-board", "Keys"}, {"key", "Keys"},         {"SFX", "FX"},        {"f/x", "FX"},
-        {"Vocals!", "Vocal"},  {"percussion", "Percussion"}, {"CYMBALS", "Cymbal"},
-        {"bass", "Bass"},      {"Open Hat", "Open Hat"}, {"open hat", "Open hat"},
-        {"808", "808"},        {"", ""},
+        {"Hi Hat", "HiHat"},     {"hats", "HiHat"},       {"Hat", "HiHat"},        {"HiHat", "HiHat"},
+        {"hi-hats", "Hi-hats"},  {"Key-board", "Keys"},   {"key", "Keys"},         {"SFX", "FX"},
+        {"f/x", "FX"},           {"Vocals!", "Vocal"},    {"percussion", "Percussion"},
+        {"CYMBALS", "Cymbal"},   {"bass", "Bass"},        {"Open Hat", "Open Hat"}, {"open hat", "Open hat"},
+        {"808", "808"},          {"", ""},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(normalizedInstrument(c.text), c.expected) << c.text;
