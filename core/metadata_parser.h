@@ -6,8 +6,9 @@
 // Nothing here throws for odd input; a text without clues gives an empty tempo, the key
 // "None", the instrument "" and the type Unknown.
 //
-// Name texts are file and folder names. std::regex matches recursively, one level per
-// character, so texts of tens of kilobytes can exhaust the stack; names never come close.
+// Tempo and key are read from file and folder names. std::regex matches recursively, one
+// stack level per character, so texts longer than kMaxNameTextBytes (more than any file
+// system allows for a name) are not searched: they give no tempo and the key "None".
 //
 // Bump kMetadataParserRevision whenever a rule changes: an index written by an older
 // revision is re-indexed once.
@@ -16,6 +17,7 @@
 #include "core/audio_structure_analyzer.h"
 #include "core/sample.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -26,6 +28,7 @@
 namespace qv {
 
 inline constexpr int kMetadataParserRevision = 6;
+inline constexpr std::size_t kMaxNameTextBytes = 1024;
 
 struct Classification {
     SampleType type = SampleType::Unknown;

@@ -80,6 +80,7 @@ std::string normalizedKey(const std::smatch& match)
 
 std::optional<std::int32_t> MetadataParser::parseBpm(std::string_view text) const
 {
+    if (text.size() > kMaxNameTextBytes) return std::nullopt;
     const auto& re = patterns();
     const std::string prepared = prepareText(text);
     std::smatch match;
@@ -102,6 +103,7 @@ std::optional<std::int32_t> MetadataParser::parseBpm(std::string_view text) cons
 
 std::string MetadataParser::parseKey(std::string_view text) const
 {
+    if (text.size() > kMaxNameTextBytes) return "None";
     const auto& re = patterns();
     const std::string prepared = prepareText(text);
     std::smatch match;
@@ -114,6 +116,7 @@ std::string MetadataParser::parseKey(std::string_view text) const
 // taken, unlike in a file name.
 std::string MetadataParser::folderKey(std::string_view folder) const
 {
+    if (folder.size() > kMaxNameTextBytes) return "None";
     const std::string prepared = prepareText(folder);
     std::smatch match;
     if (!std::regex_search(prepared, match, patterns().folderKey)) return "None";

@@ -51,6 +51,20 @@ TEST(MetadataParserTest, TempoIsReadFromTheFirstShapeThatYieldsOne)
     }
 }
 
+TEST(MetadataParserTest, TextsLongerThanANameAreNotSearched)
+{
+    // std::regex recurses per character: a long digit or space run would overflow the stack.
+    const MetadataParser parser;
+    const std::string tail = " 140bpm Am";
+    const std::string longest = std::string(kMaxNameTextBytes - tail.size(), 'x') + tail;
+    EXPECT_EQ(parser.parseBpm(longest), 140);
+    EXPECT_EQ(parser.parseKey(longest), "A minor");
+    EXPECT_EQ(parser.parseBpm("x" + longest), std::nullopt);
+    EXPECT_EQ(parser.parseKey("x" + longest), "None");
+    EXPECT_EQ(parser.parseBpm(std::string(200000, '7') + "bpm"), std::nullopt);
+    EXPECT_EQ(parser.parseKey("a" + std::string(200000, ' ') + "m"), "None");
+}
+
 struct TextCase {
     const char* text;
     const char* expected;
