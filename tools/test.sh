@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs the whole test suite: every test in the
-# normal build, then the core tests again under AddressSanitizer and UBSan.
+# normal build, then the core tests again under AddressSanitizer and UBSan, then a short
+# run of each fuzz target.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
@@ -18,6 +19,9 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
 echo "== core tests under sanitizers"
 ctest --test-dir build-asan -L core --output-on-failure --parallel "$(nproc)"
+
+echo "== fuzz targets, a few seconds each"
+bash tools/fuzz.sh 10
 
 echo "== all tests"
 ctest --test-dir build --output-on-failure --parallel "$(nproc)"
