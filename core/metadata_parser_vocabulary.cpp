@@ -54,7 +54,9 @@ char lowerAscii(char c)
 
 std::string MetadataParser::parseInstrument(std::string_view text) const
 {
-    const std::string padded = " " + prepareText(text) + " ";
+    std::string padded(1, ' ');
+    padded += prepareText(text);
+    padded += ' ';
     for (const auto& [keyword, instrument] : kInstrumentKeywords) {
         if (padded.find(keyword) != std::string::npos) return std::string(instrument);
     }
