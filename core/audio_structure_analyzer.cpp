@@ -6,15 +6,11 @@
 #include "core/wave_reader.h"
 
 #include <exception>
-#include <system_error>
 
 namespace qv {
 
 std::optional<AudioStructure> AudioStructureAnalyzer::analyze(const std::filesystem::path& file) const
 {
-    // Opening a FIFO or a device would block or never end.
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error)) return std::nullopt;
     try {
         ByteSource source(file);
         return analyzeSource(source);

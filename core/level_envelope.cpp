@@ -12,7 +12,6 @@ namespace qv {
 
 namespace {
 
-constexpr std::size_t kReadBytes = 256 * 1024;
 
 template <typename T>
 T loadLittleEndian(const unsigned char* p)
@@ -34,40 +33,52 @@ float loadLittleEndian<float>(const unsigned char* p)
     return std::bit_cast<float>(loadLittleEndian<std::uint32_t>(p));
 }
 
-// The peaks are taken on integers and scaled once: the scales are powers of two, so
-// the result equals scaling every sample first.
+// Integer encodings keep the lowest and highest raw value and scale once: the scales are
+// powers of two, so the result equals scaling every sample first, and plain min/max
+// loops vectorise where an absolute value would not.
 double peakOf(SampleEncoding encoding, const unsigned char* p, std::size_t samples)
 {
     switch (encoding) {
     case SampleEncoding::Unsigned8: {
-        int peak = 0;
-        for (std::size_t i = 0; i < samples; ++i) peak = std::max(peak, std::abs(static_cast<int>(p[i]) - 128));
-        return peak * 0.0078125;
+        unsigned char low = 255;
+        unsigned char high = 0;
+        for (std::size_t i = 0; i < samples; ++i) {
+            low = std::min(low, p[i]);
+            high = std::max(high, p[i]);
+        }
+        return std::max(high - 128, 128 - low) * 0.0078125;
     }
     case SampleEncoding::Signed16: {
-        int peak = 0;
+        std::int16_t low = 0;
+        std::int16_t high = 0;
         for (std::size_t i = 0; i < samples; ++i) {
-            peak = std::max(peak, std::abs(static_cast<int>(loadLittleEndian<std::int16_t>(p + 2 * i))));
+            const auto value = loadLittleEndian<std::int16_t>(p + 2 * i);
+            low = std::min(low, value);
+            high = std::max(high, value);
         }
-        return peak * (1.0 / 32768.0);
+        return std::max<int>(high, -low) * (1.0 / 32768.0);
     }
     case SampleEncoding::Signed24: {
-        std::int32_t peak = 0;
+        std::int32_t low = 0;
+        std::int32_t high = 0;
         for (std::size_t i = 0; i < samples; ++i) {
             const unsigned char* s = p + 3 * i;
             const std::int32_t raw = s[0] | (s[1] << 8) | (s[2] << 16);
             const std::int32_t value = (raw ^ 0x800000) - 0x800000;
-            peak = std::max(peak, std::abs(value));
+            low = std::min(low, value);
+            high = std::max(high, value);
         }
-        return peak * (1.0 / 8388608.0);
+        return std::max(high, -low) * (1.0 / 8388608.0);
     }
     case SampleEncoding::Signed32: {
-        std::int64_t peak = 0;
+        std::int32_t low = 0;
+        std::int32_t high = 0;
         for (std::size_t i = 0; i < samples; ++i) {
-            const std::int64_t value = loadLittleEndian<std::int32_t>(p + 4 * i);
-            peak = std::max(peak, value < 0 ? -value : value);
+            const auto value = loadLittleEndian<std::int32_t>(p + 4 * i);
+            low = std::min(low, value);
+            high = std::max(high, value);
         }
-        return static_cast<double>(peak) * (1.0 / 2147483648.0);
+        return static_cast<double>(std::max<std::int64_t>(high, -static_cast<std::int64_t>(low))) * (1.0 / 2147483648.0);
     }
     case SampleEncoding::Float32: {
         float peak = 0.0f;

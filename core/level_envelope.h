@@ -11,6 +11,7 @@
 #include "core/byte_source.h"
 #include "core/wave_reader.h"
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -18,6 +19,9 @@ namespace qv {
 
 class LevelEnvelope {
 public:
+    // Sample data is read in pieces of at most this many bytes (whole frames).
+    static constexpr std::size_t kReadBytes = 128 * 1024;
+
     // Empty when the sample data cannot be read.
     static std::optional<std::vector<double>> measure(ByteSource& source, const WaveLayout& layout);
 };

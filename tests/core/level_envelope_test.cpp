@@ -73,21 +73,25 @@ TEST(LevelEnvelopeTest, EveryEncodingReachesFullScaleAtItsMostNegativeValue)
 
 TEST(LevelEnvelopeTest, BlocksSpanningTwoReadsKeepTheirLoudestFrame)
 {
-    // 16-bit mono at 44.1 kHz: 131072 frames fill one 256 KiB read, inside block 297.
+    // 16-bit mono at 44.1 kHz (blocks of 441 frames): the louder frame comes last in the
+    // first read, the softer one first in the second, both in the same block.
+    const std::size_t boundary = LevelEnvelope::kReadBytes / 2;
+    const std::size_t block = boundary / 441;
+    ASSERT_TRUE(boundary % 441 >= 2 && boundary % 441 + 8 < 441);
     Bytes data(200000 * 2, 0);
     const auto put = [&](std::size_t frame, std::int16_t value) {
         data[2 * frame] = static_cast<unsigned char>(value & 0xFF);
         data[2 * frame + 1] = static_cast<unsigned char>((value >> 8) & 0xFF);
     };
-    put(131070, 16384);
-    put(131080, 8192);
+    put(boundary - 2, 16384);
+    put(boundary + 8, 8192);
     ByteSource source(data);
     const auto envelope = LevelEnvelope::measure(source, {SampleEncoding::Signed16, 1, 44100, 2, 0, 200000});
     ASSERT_TRUE(envelope);
     ASSERT_EQ(envelope->size(), 454u);
-    EXPECT_EQ((*envelope)[297], 0.5);
-    EXPECT_EQ((*envelope)[296], 0.0);
-    EXPECT_EQ((*envelope)[298], 0.0);
+    EXPECT_EQ((*envelope)[block], 0.5);
+    EXPECT_EQ((*envelope)[block - 1], 0.0);
+    EXPECT_EQ((*envelope)[block + 1], 0.0);
 
     // Data that ends before its declared frames cannot be measured.
     ByteSource shortSource(std::span<const unsigned char>(data).first(1000));
