@@ -1,10 +1,10 @@
 #include "support/wave_writer.h"
 
-#include "support/temp_dir.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
+#include <stdexcept>
 #include <numbers>
 
 namespace qv::test {
@@ -113,7 +113,11 @@ std::string waveBytes(const std::vector<float>& samples, const WaveSpec& spec)
 
 void writeWave(const std::filesystem::path& path, const std::vector<float>& samples, const WaveSpec& spec)
 {
-    writeFile(path, waveBytes(samples, spec));
+    const std::string bytes = waveBytes(samples, spec);
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!out) throw std::runtime_error("cannot write " + path.string());
 }
 
 std::vector<float> hitSignal(double seconds, std::uint32_t sampleRate, const std::vector<double>& hits,

@@ -1,7 +1,8 @@
 // Builds RIFF/WAVE file images for tests: every PCM width and 32-bit float, the
 // extensible format tag, chunk orders, odd-sized chunks with their pad byte, and headers
 // that lie about the format or the data size. Truncate the returned bytes to cut a file
-// short. Also generates the signals the tests feed it.
+// short. Also generates the signals the tests feed it. Needs nothing but the standard
+// library, so benchmarks can build it too.
 #pragma once
 
 #include <cstdint>
