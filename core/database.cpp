@@ -28,6 +28,15 @@ Database::Database(const std::filesystem::path& path)
     }
     exec("PRAGMA journal_mode=WAL; PRAGMA foreign_keys=ON; PRAGMA synchronous=NORMAL;");
     migrate();
+    createSupportIndexes();
+}
+
+void Database::createSupportIndexes()
+{
+    // Not part of the numbered schema, so any release can still read the file: the
+    // scanner looks up move candidates by name, size and time for every new file, which
+    // without this index reads the whole library each time.
+    exec("CREATE INDEX IF NOT EXISTS idx_samples_relink ON samples(filename,file_size,modified_at);");
 }
 
 Database::~Database() = default;

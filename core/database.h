@@ -13,6 +13,7 @@
 #pragma once
 
 #include "core/sample.h"
+#include "core/statement.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -74,8 +75,13 @@ private:
 
     void backupBeforeVersion5();
 
+    void createSupportIndexes();
+    void upsertLocked(const Sample& sample, std::int64_t libraryId);
+
     std::unique_ptr<sqlite3, Closer> _db;
     mutable std::mutex _mutex;
+    // Declared after the connection so that it is finalized before the connection closes.
+    mutable StatementCache _statements;
 };
 
 } // namespace qv

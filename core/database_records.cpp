@@ -52,7 +52,7 @@ std::optional<Sample> Database::findByPath(const std::filesystem::path& path) co
 {
     std::lock_guard lock(_mutex);
     try {
-        Statement st(_db.get(), "SELECT id,file_size,modified_at FROM samples WHERE path=?");
+        Statement st(_db.get(), _statements, "SELECT id,file_size,modified_at FROM samples WHERE path=?");
         st.bind(1, path.native());
         if (!st.step()) return std::nullopt;
         Sample sample;
@@ -77,7 +77,7 @@ std::optional<std::filesystem::path> Database::relinkMovedSample(std::int64_t li
     std::string candidatePath;
     int kept = 0;
     {
-        Statement st(_db.get(),
+        Statement st(_db.get(), _statements,
                      "SELECT id,path FROM samples WHERE library_id=? AND filename=? COLLATE BINARY AND file_size=? "
                      "AND modified_at=? AND path<>?");
         st.bind(1, libraryId);
@@ -96,7 +96,7 @@ std::optional<std::filesystem::path> Database::relinkMovedSample(std::int64_t li
     }
     if (kept != 1) return std::nullopt;
 
-    Statement update(_db.get(), "UPDATE samples SET path=?,filename=?,analyzed_at=unixepoch() WHERE id=?");
+    Statement update(_db.get(), _statements, "UPDATE samples SET path=?,filename=?,analyzed_at=unixepoch() WHERE id=?");
     update.bind(1, newPath.native());
     update.bind(2, filename);
     update.bind(3, *candidateId);
@@ -108,9 +108,28 @@ void Database::upsert(const Sample& sample, std::int64_t libraryId)
 {
     std::lock_guard lock(_mutex);
     sqlite3* db = _db.get();
+    // One commit instead of four: the record, its genre rows and its display genre. A
+    // savepoint nests inside a caller's transaction as well.
+    execute(db, "SAVEPOINT qv_upsert");
+    try {
+        upsertLocked(sample, libraryId);
+        execute(db, "RELEASE qv_upsert");
+    } catch (...) {
+        try {
+            execute(db, "ROLLBACK TO qv_upsert; RELEASE qv_upsert");
+        } catch (const std::exception&) {
+            // The first error is the one worth reporting.
+        }
+        throw;
+    }
+}
+
+void Database::upsertLocked(const Sample& sample, std::int64_t libraryId)
+{
+    sqlite3* db = _db.get();
     std::int64_t id = 0;
     {
-        Statement st(db,
+        Statement st(db, _statements,
                      "INSERT INTO "
                      "samples(path,filename,library_id,type,auto_type,genre,auto_genre,instrument,auto_instrument,bpm,"
                      "musical_key,duration,file_size,modified_at) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?) ON "
@@ -142,18 +161,18 @@ void Database::upsert(const Sample& sample, std::int64_t libraryId)
 
     // The genre rows and the display genre are best effort: the record itself is stored.
     {
-        Statement st(db, "DELETE FROM sample_genres WHERE sample_id=? AND source='auto'");
+        Statement st(db, _statements, "DELETE FROM sample_genres WHERE sample_id=? AND source='auto'");
         st.bind(1, id);
         st.stepRaw();
     }
     if (!sample.genre.empty()) {
-        Statement st(db, "INSERT OR IGNORE INTO sample_genres(sample_id,genre,source) VALUES(?,?,'auto')");
+        Statement st(db, _statements, "INSERT OR IGNORE INTO sample_genres(sample_id,genre,source) VALUES(?,?,'auto')");
         st.bind(1, id);
         st.bind(2, sample.genre);
         st.stepRaw();
     }
     {
-        Statement st(db,
+        Statement st(db, _statements,
                      "UPDATE samples SET genre=(SELECT group_concat(genre, ', ') FROM (SELECT DISTINCT genre FROM "
                      "sample_genres WHERE sample_id=? ORDER BY source DESC,genre COLLATE NOCASE)) WHERE id=?");
         st.bind(1, id);

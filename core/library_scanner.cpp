@@ -71,35 +71,35 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
         if (ec) break;
         const fs::directory_entry& entry = *walk;
 
-        // Dangling links read as "not found": passed over like any other non-file.
-        const auto status = entry.status(ec);
-        if (ec && status.type() != fs::file_type::not_found) {
-            fail("Cannot inspect " + entry.path().string() + ": " + ec.message());
-        }
-        ec.clear();
-        if (!fs::is_regular_file(status) || !supported(entry.path())) continue;
+        // Types come from the directory listing; only links need a status query. Entries
+        // that are gone (dangling links, files deleted meanwhile) are passed over.
+        const bool link = entry.is_symlink(ec);
+        bool regular = false;
+        if (!ec) regular = link ? fs::is_regular_file(entry.status(ec)) : entry.is_regular_file(ec);
+        if (ec == std::errc::no_such_file_or_directory) ec.clear();
+        if (ec) fail("Cannot inspect " + entry.path().string() + ": " + ec.message());
+        if (!regular || !supported(entry.path())) continue;
 
         // The walk starts at the canonical root and does not follow directory links, so
         // only a link entry itself can make its path non-canonical.
         fs::path path = entry.path();
-        if (entry.is_symlink(ec) || ec) {
+        if (link) {
             path = fs::weakly_canonical(entry.path(), ec);
             if (ec) fail("Cannot resolve sample path: " + ec.message());
         }
 
-        const auto size = fs::file_size(path, ec);
-        if (ec) fail("Cannot read sample size: " + ec.message());
-        if (size == 0) {
+        // One status query gives both; its failure reads as the size being unreadable.
+        const auto info = fileSizeAndTime(path, ec);
+        if (!info) fail("Cannot read sample size: " + ec.message());
+        if (info->size == 0) {
             ++stats.emptySkipped;
             continue;
         }
         seen.push_back(path.string());
 
         std::optional<Sample> existing = db.findByPath(path);
-        const auto written = lastWriteSeconds(path, ec);
-        if (!written) fail("Cannot read sample timestamp: " + ec.message());
-        const std::int64_t seconds = *written;
-        const auto fileSize = static_cast<std::int64_t>(size);
+        const std::int64_t seconds = info->modifiedAt;
+        const auto fileSize = static_cast<std::int64_t>(info->size);
 
         if (!existing) {
             if (auto old = db.relinkMovedSample(libraryId, path, fileSize, seconds)) {

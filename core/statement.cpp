@@ -34,9 +34,40 @@ Statement::Statement(sqlite3* db, std::string_view sql)
     }
 }
 
+Statement::Statement(sqlite3* db, StatementCache& cache, const char* sql)
+    : _db(db)
+    , _stmt(cache.get(db, sql))
+    , _borrowed(true)
+{
+}
+
 Statement::~Statement()
 {
-    sqlite3_finalize(_stmt);
+    if (_borrowed) {
+        sqlite3_reset(_stmt);
+        sqlite3_clear_bindings(_stmt);
+    } else {
+        sqlite3_finalize(_stmt);
+    }
+}
+
+StatementCache::~StatementCache()
+{
+    for (auto& [sql, stmt] : _entries) sqlite3_finalize(stmt);
+}
+
+sqlite3_stmt* StatementCache::get(sqlite3* db, const char* sql)
+{
+    for (auto& [key, stmt] : _entries) {
+        if (key == sql) return stmt;
+    }
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(stmt);
+        throwSqliteError(db);
+    }
+    _entries.emplace_back(sql, stmt);
+    return stmt;
 }
 
 namespace {

@@ -11,6 +11,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -23,9 +25,28 @@ namespace qv {
 // Runs one or more statements with sqlite3_exec; throws the text it reports.
 void execute(sqlite3* db, const char* sql);
 
+// Prepared statements kept for the life of a connection, for the operations a scan runs
+// once per file. Keyed by the address of the SQL literal. Not thread-safe by itself:
+// used under the database mutex. Must be destroyed before the connection closes.
+class StatementCache {
+public:
+    StatementCache() = default;
+    ~StatementCache();
+    StatementCache(const StatementCache&) = delete;
+    StatementCache& operator=(const StatementCache&) = delete;
+
+    sqlite3_stmt* get(sqlite3* db, const char* sql);
+
+private:
+    std::vector<std::pair<const char*, sqlite3_stmt*>> _entries;
+};
+
 class Statement {
 public:
     Statement(sqlite3* db, std::string_view sql);
+    // Borrows a cached statement; on destruction it is reset and its bindings cleared
+    // instead of being finalized.
+    Statement(sqlite3* db, StatementCache& cache, const char* sql);
     ~Statement();
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
@@ -61,6 +82,7 @@ public:
 private:
     sqlite3* _db;
     sqlite3_stmt* _stmt = nullptr;
+    bool _borrowed = false;
 };
 
 // "BEGIN IMMEDIATE" now; "ROLLBACK" on destruction unless commit() ran. A failing

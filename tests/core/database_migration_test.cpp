@@ -62,7 +62,7 @@ TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup
     const std::vector<std::string> expected = {
         "app_metadata", "idx_playlist_items_sample", "idx_sample_genres_genre", "idx_samples_bpm",
         "idx_samples_favorite", "idx_samples_instrument", "idx_samples_instrument_override", "idx_samples_key",
-        "idx_samples_library", "idx_samples_path", "idx_samples_type", "idx_samples_type_override", "libraries",
+        "idx_samples_library", "idx_samples_path", "idx_samples_relink", "idx_samples_type", "idx_samples_type_override", "libraries",
         "playlist_items", "playlists", "sample_genres", "sample_search", "sample_tags", "samples", "samples_ad",
         "samples_ai", "samples_au", "schema_version", "tags",
     };
