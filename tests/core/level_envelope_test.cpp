@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <bit>
 #include <limits>
 #include <vector>
 
@@ -15,7 +15,7 @@ Bytes littleEndian(std::initializer_list<std::int64_t> values, int width)
 {
     Bytes out;
     for (const auto v : values) {
-        for (int i = 0; i < width; ++i) out.push_back(static_cast<unsigned char>((static_cast<std::uint64_t>(v) >> (8 * i)) & 0xFF));
+        for (int i = 0; i < width; ++i) out.push_back(static_cast<unsigned char>(static_cast<std::uint64_t>(v) >> (8 * i)));
     }
     return out;
 }
@@ -24,9 +24,7 @@ Bytes floats(std::initializer_list<float> values)
 {
     Bytes out;
     for (const float v : values) {
-        std::uint32_t bits;
-        std::memcpy(&bits, &v, 4);
-        const Bytes b = littleEndian({bits}, 4);
+        const Bytes b = littleEndian({std::bit_cast<std::uint32_t>(v)}, 4);
         out.insert(out.end(), b.begin(), b.end());
     }
     return out;
