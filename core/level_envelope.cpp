@@ -12,7 +12,6 @@ namespace qv {
 
 namespace {
 
-
 template <typename T>
 T loadLittleEndian(const unsigned char* p)
 {
