@@ -137,16 +137,16 @@ struct Scale {
     }
 };
 
-void renderPattern(HitRenderer& hits, const SoundSpec& spec, const Scale& scale, std::size_t frames, int rate,
+void renderPattern(HitRenderer& hits, const SoundSpec& soundSpec, const Scale& scale, std::size_t frames, int rate,
                    Rng& rng)
 {
-    const double step = 60.0 / spec.tempo / 4.0; // a sixteenth note
+    const double step = 60.0 / soundSpec.tempo / 4.0; // a sixteenth note
     const auto at = [&](int s) { return static_cast<std::size_t>(s * step * rate); };
     const int steps = static_cast<int>(static_cast<double>(frames) / rate / step + 0.5);
 
     for (int s = 0; s < steps; ++s) {
         const int inBar = s % 16;
-        switch (spec.sound) {
+        switch (soundSpec.sound) {
         case Sound::DrumLoop:
             if (inBar == 0 || inBar == 8 || (inBar == 10 && rng.chance(0.5))) hits.add(Sound::Kick, at(s), 0, 1.0, 0.6);
             if (inBar == 4 || inBar == 12) hits.add(Sound::Snare, at(s), 0, 0.8, 0.4);
@@ -158,26 +158,26 @@ void renderPattern(HitRenderer& hits, const SoundSpec& spec, const Scale& scale,
             }
             break;
         case Sound::BassLoop:
-            if (inBar % 4 == 0) hits.add(spec.sound, at(s), scale.frequency(rng.range(0, 4), 2), 1.0, step * 4);
+            if (inBar % 4 == 0) hits.add(soundSpec.sound, at(s), scale.frequency(rng.range(0, 4), 2), 1.0, step * 4);
             break;
         case Sound::KeysLoop:
             if (inBar % 8 == 0) {
                 const int degree = rng.range(0, 6);
-                for (int n : {0, 2, 4}) hits.add(spec.sound, at(s), scale.frequency(degree + n, 4), 0.5, step * 8);
+                for (int n : {0, 2, 4}) hits.add(soundSpec.sound, at(s), scale.frequency(degree + n, 4), 0.5, step * 8);
             }
             break;
         case Sound::GuitarLoop:
             if (inBar % 4 == 0) {
                 const int degree = rng.range(0, 6);
                 for (int n : {0, 2, 4, 7}) {
-                    hits.add(spec.sound, at(s) + static_cast<std::size_t>(n * 0.004 * rate),
+                    hits.add(soundSpec.sound, at(s) + static_cast<std::size_t>(n * 0.004 * rate),
                              scale.frequency(degree + n, 3), 0.4, step * 4);
                 }
             }
             break;
         case Sound::VocalLoop:
             if (inBar % 8 == 0 && rng.chance(0.8)) {
-                hits.add(spec.sound, at(s), scale.frequency(rng.range(0, 4), 4), 1.0, step * 7);
+                hits.add(soundSpec.sound, at(s), scale.frequency(rng.range(0, 4), 4), 1.0, step * 7);
             }
             break;
         default: // melodies: eighth notes with a few rests
@@ -191,27 +191,27 @@ void renderPattern(HitRenderer& hits, const SoundSpec& spec, const Scale& scale,
 
 } // namespace
 
-AudioBuffer synthesize(const SoundSpec& spec, bool tiny)
+AudioBuffer synthesize(const SoundSpec& soundSpec, bool tiny)
 {
     AudioBuffer buffer;
-    buffer.sampleRate = tiny ? kTinySampleRate : spec.sampleRate;
-    buffer.channels = tiny ? 1 : spec.channels;
-    const double seconds = tiny ? std::min(spec.seconds, kTinySeconds) : spec.seconds;
+    buffer.sampleRate = tiny ? kTinySampleRate : soundSpec.sampleRate;
+    buffer.channels = tiny ? 1 : soundSpec.channels;
+    const double seconds = tiny ? std::min(soundSpec.seconds, kTinySeconds) : soundSpec.seconds;
     const auto frames = static_cast<std::size_t>(seconds * buffer.sampleRate);
 
-    Rng rng(spec.audioSeed);
-    const int root = spec.key.root >= 0 ? spec.key.root : rng.range(0, 11);
-    const bool minor = spec.key.root >= 0 ? spec.key.minor : true;
+    Rng rng(soundSpec.audioSeed);
+    const int root = soundSpec.key.root >= 0 ? soundSpec.key.root : rng.range(0, 11);
+    const bool minor = soundSpec.key.root >= 0 ? soundSpec.key.minor : true;
     const Scale scale{root, minor ? &kMinorScale : &kMajorScale};
 
     std::vector<double> mono(frames, 0.0);
     HitRenderer hits(mono, buffer.sampleRate, rng);
-    if (isLoop(spec.sound)) {
-        renderPattern(hits, spec, scale, frames, buffer.sampleRate, rng);
+    if (isLoop(soundSpec.sound)) {
+        renderPattern(hits, soundSpec, scale, frames, buffer.sampleRate, rng);
     } else {
-        const bool low = spec.sound == Sound::Bass808 || spec.sound == Sound::BassShot;
-        const double freq = spec.sound == Sound::Perc ? rng.uniform(300.0, 900.0) : scale.frequency(0, low ? 1 : 4);
-        hits.add(spec.sound, 0, freq, 1.0, seconds);
+        const bool low = soundSpec.sound == Sound::Bass808 || soundSpec.sound == Sound::BassShot;
+        const double freq = soundSpec.sound == Sound::Perc ? rng.uniform(300.0, 900.0) : scale.frequency(0, low ? 1 : 4);
+        hits.add(soundSpec.sound, 0, freq, 1.0, seconds);
     }
 
     double peak = 0.0;

@@ -2,7 +2,7 @@
 // one-shots, and regular hit patterns on the bar grid of the loop's tempo.
 //
 // Output is interleaved float in [-0.8, 0.8] (peak-normalised). Noise comes from the
-// spec's own seed, so a file's audio depends on nothing but its spec.
+// soundSpec's own seed, so a file's audio depends on nothing but its soundSpec.
 #pragma once
 
 #include "bench/library_plan.h"
@@ -25,6 +25,6 @@ struct AudioBuffer {
 inline constexpr double kTinySeconds = 0.05;
 inline constexpr int kTinySampleRate = 22050;
 
-AudioBuffer synthesize(const SoundSpec& spec, bool tiny);
+AudioBuffer synthesize(const SoundSpec& soundSpec, bool tiny);
 
 } // namespace qv::bench

@@ -170,15 +170,15 @@ std::string corruptWaveBytes(const AudioBuffer& audio, Corruption corruption, Rn
     return bytes;
 }
 
-std::string midiBytes(const SoundSpec& spec, bool tiny, Rng& rng)
+std::string midiBytes(const SoundSpec& soundSpec, bool tiny, Rng& rng)
 {
     const std::uint32_t division = rng.chance(0.5) ? 96 : 480;
-    const int bpm = spec.bpm.value_or(spec.tempo);
-    const int bars = tiny ? 1 : std::max(1, static_cast<int>(std::lround(spec.seconds * bpm / 240.0)));
-    const int root = 48 + (spec.key.root >= 0 ? spec.key.root : rng.range(0, 11));
+    const int bpm = soundSpec.bpm.value_or(soundSpec.tempo);
+    const int bars = tiny ? 1 : std::max(1, static_cast<int>(std::lround(soundSpec.seconds * bpm / 240.0)));
+    const int root = 48 + (soundSpec.key.root >= 0 ? soundSpec.key.root : rng.range(0, 11));
     const std::array<int, 7> minor = {0, 2, 3, 5, 7, 8, 10};
     const std::array<int, 7> major = {0, 2, 4, 5, 7, 9, 11};
-    const auto& scale = spec.key.root >= 0 && !spec.key.minor ? major : minor;
+    const auto& scale = soundSpec.key.root >= 0 && !soundSpec.key.minor ? major : minor;
     const auto pitch = [&](int degree) {
         return static_cast<char>(root + 12 * (degree / 7) + scale[static_cast<std::size_t>(degree % 7)]);
     };

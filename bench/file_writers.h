@@ -24,7 +24,7 @@ std::string waveBytes(const AudioBuffer& audio, Encoding encoding, InfoChunk inf
 // A damaged WAVE image: what readers must survive, not parse.
 std::string corruptWaveBytes(const AudioBuffer& audio, Corruption corruption, Rng& rng);
 
-std::string midiBytes(const SoundSpec& spec, bool tiny, Rng& rng);
+std::string midiBytes(const SoundSpec& soundSpec, bool tiny, Rng& rng);
 
 // `realName` is the file the companion sits beside; its extension sets the Finder type.
 std::string appleDoubleBytes(std::string_view realName);

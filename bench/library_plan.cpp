@@ -193,66 +193,66 @@ void LibraryPlan::startPack()
 SoundSpec LibraryPlan::soundFor(Sound sound)
 {
     const SoundInfo& info = soundInfo(sound);
-    SoundSpec spec;
-    spec.sound = sound;
+    SoundSpec soundSpec;
+    soundSpec.sound = sound;
 
     const bool timed = isLoop(sound) || sound == Sound::Midi;
-    spec.tempo = _rng.range(_pack.genre->slowBpm, _pack.genre->fastBpm);
-    if (timed && _rng.chance(0.95)) spec.bpm = spec.tempo;
+    soundSpec.tempo = _rng.range(_pack.genre->slowBpm, _pack.genre->fastBpm);
+    if (timed && _rng.chance(0.95)) soundSpec.bpm = soundSpec.tempo;
     if (info.tonal && _rng.chance(0.75)) {
         const bool compact = _pack.style == NamingStyle::Prefixed || _pack.style == NamingStyle::TempoFirst;
-        spec.key = chooseKey(_rng, compact);
+        soundSpec.key = chooseKey(_rng, compact);
     }
 
     if (timed) {
         // Whole bars, 2 to 4 seconds for audio loops; MIDI clips run 1 to 4 bars.
-        const double bar = 4.0 * 60.0 / spec.tempo;
+        const double bar = 4.0 * 60.0 / soundSpec.tempo;
         int bars = 1;
         if (sound == Sound::Midi) {
             bars = 1 << _rng.range(0, 2);
         } else {
             while (bars * bar < 2.0) bars *= 2;
         }
-        spec.seconds = bars * bar;
+        soundSpec.seconds = bars * bar;
     } else {
         const auto [lo, hi] = oneShotSeconds(sound);
-        spec.seconds = _rng.uniform(lo, hi);
+        soundSpec.seconds = _rng.uniform(lo, hi);
     }
 
     const double rate = _rng.unit();
-    spec.sampleRate = rate < 0.75 ? 44100 : rate < 0.97 ? 48000 : 96000;
-    spec.channels = _rng.chance(isLoop(sound) ? 0.7 : 0.35) ? 2 : 1;
-    spec.audioSeed = _rng.fork();
-    return spec;
+    soundSpec.sampleRate = rate < 0.75 ? 44100 : rate < 0.97 ? 48000 : 96000;
+    soundSpec.channels = _rng.chance(isLoop(sound) ? 0.7 : 0.35) ? 2 : 1;
+    soundSpec.audioSeed = _rng.fork();
+    return soundSpec;
 }
 
-std::string LibraryPlan::folderFor(const SoundSpec& spec, bool& tempoInFolder) const
+std::string LibraryPlan::folderFor(const SoundSpec& soundSpec, bool& tempoInFolder) const
 {
-    const SoundInfo& info = soundInfo(spec.sound);
+    const SoundInfo& info = soundInfo(soundSpec.sound);
     std::string folder(_pack.nested ? info.nestedFolder : info.flatFolder);
-    tempoInFolder = _pack.tempoFolders && isLoop(spec.sound) && spec.bpm;
-    if (tempoInFolder) folder += "/" + std::to_string(*spec.bpm) + " BPM";
+    tempoInFolder = _pack.tempoFolders && isLoop(soundSpec.sound) && soundSpec.bpm;
+    if (tempoInFolder) folder += "/" + std::to_string(*soundSpec.bpm) + " BPM";
     return folder;
 }
 
-std::string LibraryPlan::fileStem(const SoundSpec& spec, int number, bool tempoInFolder)
+std::string LibraryPlan::fileStem(const SoundSpec& soundSpec, int number, bool tempoInFolder)
 {
     const NamingStyle style = _pack.style;
-    const SoundInfo& info = soundInfo(spec.sound);
+    const SoundInfo& info = soundInfo(soundSpec.sound);
     const std::string word(pickWord(_rng, info));
     const std::string num = twoDigits(number);
-    const bool hasKey = spec.key.root >= 0;
-    const std::string key = hasKey ? spec.key.spelled : "";
-    const bool oneShot = !isLoop(spec.sound) && spec.sound != Sound::Midi;
+    const bool hasKey = soundSpec.key.root >= 0;
+    const std::string key = hasKey ? soundSpec.key.spelled : "";
+    const bool oneShot = !isLoop(soundSpec.sound) && soundSpec.sound != Sound::Midi;
     const std::string extra = oneShot && _rng.chance(0.4) ? descriptor(_rng) : "";
 
     std::string tempo;
     bool bareTempo = false;
-    if (spec.bpm && !tempoInFolder) {
+    if (soundSpec.bpm && !tempoInFolder) {
         // A bare number is read as a tempo only when a key follows it.
         bareTempo = hasKey && (style == NamingStyle::Prefixed || style == NamingStyle::TempoFirst)
             && _rng.chance(0.5);
-        tempo = bareTempo ? std::to_string(*spec.bpm) : spellTempo(_rng, *spec.bpm, style);
+        tempo = bareTempo ? std::to_string(*soundSpec.bpm) : spellTempo(_rng, *soundSpec.bpm, style);
     }
 
     switch (style) {
@@ -261,7 +261,7 @@ std::string LibraryPlan::fileStem(const SoundSpec& spec, int number, bool tempoI
         return joinTokens(style, {genre, extra, word, tempo, key, num});
     }
     case NamingStyle::Underscored:
-        if (isLoop(spec.sound) && _rng.chance(0.3)) return joinTokens(style, {"Loop", tempo, key, num});
+        if (isLoop(soundSpec.sound) && _rng.chance(0.3)) return joinTokens(style, {"Loop", tempo, key, num});
         return joinTokens(style, {word, extra, tempo, key, num});
     case NamingStyle::Prefixed:
         return joinTokens(style, {_pack.abbreviation, tempo, key, word, extra, num});

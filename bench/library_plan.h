@@ -112,8 +112,8 @@ private:
     PlannedFile audioFile(FileKind kind);
     PlannedFile companion(FileKind kind);
     SoundSpec soundFor(Sound sound);
-    std::string fileStem(const SoundSpec& spec, int number, bool tempoInFolder);
-    std::string folderFor(const SoundSpec& spec, bool& tempoInFolder) const;
+    std::string fileStem(const SoundSpec& soundSpec, int number, bool tempoInFolder);
+    std::string folderFor(const SoundSpec& soundSpec, bool& tempoInFolder) const;
     void rememberReal(const std::string& path);
 
     Rng _rng;

@@ -104,7 +104,7 @@ TEST(AudioStructureAnalyzerTest, OnsetsOfSilenceHitsAndLoops)
 
 struct LayoutCase {
     const char* name;
-    WaveSpec spec;
+    WaveSpec waveSpec;
     std::size_t frames; // written
     std::optional<double> duration;
 };
@@ -135,7 +135,7 @@ TEST(AudioStructureAnalyzerTest, ChunkLayoutsAndLyingHeaders)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const auto s = analyzeImage(test::waveBytes(std::vector<float>(c.frames * std::max<int>(1, c.spec.channels), 0.25f), c.spec));
+        const auto s = analyzeImage(test::waveBytes(std::vector<float>(c.frames * std::max<int>(1, c.waveSpec.channels), 0.25f), c.waveSpec));
         ASSERT_EQ(s.has_value(), c.duration.has_value());
         if (s) {
             EXPECT_DOUBLE_EQ(s->durationSeconds, *c.duration);

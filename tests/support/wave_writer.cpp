@@ -73,37 +73,37 @@ std::uint16_t bitsOf(WaveEncoding encoding)
 
 } // namespace
 
-std::string waveBytes(const std::vector<float>& samples, const WaveSpec& spec)
+std::string waveBytes(const std::vector<float>& samples, const WaveSpec& waveSpec)
 {
-    const std::uint16_t bits = spec.bitsPerSample.value_or(bitsOf(spec.encoding));
-    const std::uint16_t realTag = spec.encoding == WaveEncoding::Float32 ? 3 : 1;
-    const std::uint16_t tag = spec.formatTag.value_or(spec.extensible ? 0xFFFE : realTag);
-    const std::uint16_t frameBytes = static_cast<std::uint16_t>(bits / 8 * spec.channels);
+    const std::uint16_t bits = waveSpec.bitsPerSample.value_or(bitsOf(waveSpec.encoding));
+    const std::uint16_t realTag = waveSpec.encoding == WaveEncoding::Float32 ? 3 : 1;
+    const std::uint16_t tag = waveSpec.formatTag.value_or(waveSpec.extensible ? 0xFFFE : realTag);
+    const std::uint16_t frameBytes = static_cast<std::uint16_t>(bits / 8 * waveSpec.channels);
 
     std::string format;
     put16(format, tag);
-    put16(format, spec.channels);
-    put32(format, spec.sampleRate);
-    put32(format, spec.sampleRate * frameBytes);
+    put16(format, waveSpec.channels);
+    put32(format, waveSpec.sampleRate);
+    put32(format, waveSpec.sampleRate * frameBytes);
     put16(format, frameBytes);
     put16(format, bits);
-    if (spec.extensible) {
+    if (waveSpec.extensible) {
         put16(format, 22);
         put16(format, bits);
-        put32(format, spec.channels == 1 ? 0x4 : 0x3);
+        put32(format, waveSpec.channels == 1 ? 0x4 : 0x3);
         // Sub-format GUID: the real tag followed by the fixed tail 00000000-0010-0080-00AA00389B71.
         put16(format, realTag);
         format += std::string("\x00\x00\x00\x00\x10\x00\x80\x00\x00\xAA\x00\x38\x9B\x71", 14);
     }
 
-    if (spec.declaredFormatSize && *spec.declaredFormatSize > format.size()) format.resize(*spec.declaredFormatSize, '\0');
+    if (waveSpec.declaredFormatSize && *waveSpec.declaredFormatSize > format.size()) format.resize(*waveSpec.declaredFormatSize, '\0');
 
     std::string chunks;
-    if (!spec.extraChunk.empty()) putChunk(chunks, "LIST", spec.extraChunk);
-    const std::string data = encode(samples, spec.encoding);
-    if (spec.dataBeforeFormat) putChunk(chunks, "data", data, spec.declaredDataSize);
-    putChunk(chunks, "fmt ", format, spec.declaredFormatSize);
-    if (!spec.dataBeforeFormat) putChunk(chunks, "data", data, spec.declaredDataSize);
+    if (!waveSpec.extraChunk.empty()) putChunk(chunks, "LIST", waveSpec.extraChunk);
+    const std::string data = encode(samples, waveSpec.encoding);
+    if (waveSpec.dataBeforeFormat) putChunk(chunks, "data", data, waveSpec.declaredDataSize);
+    putChunk(chunks, "fmt ", format, waveSpec.declaredFormatSize);
+    if (!waveSpec.dataBeforeFormat) putChunk(chunks, "data", data, waveSpec.declaredDataSize);
 
     std::string out = "RIFF";
     put32(out, static_cast<std::uint32_t>(chunks.size() + 4));
@@ -111,9 +111,9 @@ std::string waveBytes(const std::vector<float>& samples, const WaveSpec& spec)
     return out + chunks;
 }
 
-void writeWave(const std::filesystem::path& path, const std::vector<float>& samples, const WaveSpec& spec)
+void writeWave(const std::filesystem::path& path, const std::vector<float>& samples, const WaveSpec& waveSpec)
 {
-    const std::string bytes = waveBytes(samples, spec);
+    const std::string bytes = waveBytes(samples, waveSpec);
     std::filesystem::create_directories(path.parent_path());
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

@@ -29,8 +29,8 @@ struct WaveSpec {
 };
 
 // `samples` are interleaved, in [-1, 1]; integer encodings clip and round, NaN becomes 0.
-std::string waveBytes(const std::vector<float>& samples, const WaveSpec& spec = {});
-void writeWave(const std::filesystem::path& path, const std::vector<float>& samples, const WaveSpec& spec = {});
+std::string waveBytes(const std::vector<float>& samples, const WaveSpec& waveSpec = {});
+void writeWave(const std::filesystem::path& path, const std::vector<float>& samples, const WaveSpec& waveSpec = {});
 
 // `seconds` of silence with a decaying 220 Hz burst at each time in `hits`, the same in
 // every channel. Each burst starts at 0.9 and falls by 1/e every 30 ms.
