@@ -23,7 +23,6 @@ ctest --test-dir build-asan -L core --output-on-failure --parallel "$(nproc)"
 echo "== fuzz targets, a few seconds each"
 bash tools/fuzz.sh 10
 
-echo "== all tests"
+echo "== all tests ($((SECONDS - start)) s so far)"
+# Last, so that CTest's summary closes the output.
 ctest --test-dir build --output-on-failure --parallel "$(nproc)"
-
-echo "== finished in $((SECONDS - start)) s"
