@@ -32,6 +32,20 @@ float loadLittleEndian<float>(const unsigned char* p)
     return std::bit_cast<float>(loadLittleEndian<std::uint32_t>(p));
 }
 
+// Highest magnitude of little-endian signed integers of type T, in raw units.
+template <typename T>
+std::int64_t integerPeak(const unsigned char* p, std::size_t samples)
+{
+    T low = 0;
+    T high = 0;
+    for (std::size_t i = 0; i < samples; ++i) {
+        const auto value = loadLittleEndian<T>(p + sizeof(T) * i);
+        low = std::min(low, value);
+        high = std::max(high, value);
+    }
+    return std::max<std::int64_t>(high, -static_cast<std::int64_t>(low));
+}
+
 // Integer encodings keep the lowest and highest raw value and scale once: the scales are
 // powers of two, so the result equals scaling every sample first, and plain min/max
 // loops vectorise where an absolute value would not.
@@ -47,16 +61,8 @@ double peakOf(SampleEncoding encoding, const unsigned char* p, std::size_t sampl
         }
         return std::max(high - 128, 128 - low) * 0.0078125;
     }
-    case SampleEncoding::Signed16: {
-        std::int16_t low = 0;
-        std::int16_t high = 0;
-        for (std::size_t i = 0; i < samples; ++i) {
-            const auto value = loadLittleEndian<std::int16_t>(p + 2 * i);
-            low = std::min(low, value);
-            high = std::max(high, value);
-        }
-        return std::max<int>(high, -low) * (1.0 / 32768.0);
-    }
+    case SampleEncoding::Signed16:
+        return static_cast<double>(integerPeak<std::int16_t>(p, samples)) * (1.0 / 32768.0);
     case SampleEncoding::Signed24: {
         std::int32_t low = 0;
         std::int32_t high = 0;
@@ -69,16 +75,8 @@ double peakOf(SampleEncoding encoding, const unsigned char* p, std::size_t sampl
         }
         return std::max(high, -low) * (1.0 / 8388608.0);
     }
-    case SampleEncoding::Signed32: {
-        std::int32_t low = 0;
-        std::int32_t high = 0;
-        for (std::size_t i = 0; i < samples; ++i) {
-            const auto value = loadLittleEndian<std::int32_t>(p + 4 * i);
-            low = std::min(low, value);
-            high = std::max(high, value);
-        }
-        return static_cast<double>(std::max<std::int64_t>(high, -static_cast<std::int64_t>(low))) * (1.0 / 2147483648.0);
-    }
+    case SampleEncoding::Signed32:
+        return static_cast<double>(integerPeak<std::int32_t>(p, samples)) * (1.0 / 2147483648.0);
     case SampleEncoding::Float32: {
         float peak = 0.0f;
         for (std::size_t i = 0; i < samples; ++i) {
