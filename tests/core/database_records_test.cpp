@@ -1,21 +1,14 @@
 #include "core/database.h"
-#include "support/raw_db.h"
-#include "support/temp_dir.h"
+#include "support/index_test.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 namespace fs = std::filesystem;
-using qv::test::RawDb;
-using qv::test::TempDir;
 
-class DatabaseRecords : public ::testing::Test {
+class DatabaseRecords : public qv::test::IndexTest {
 protected:
-    TempDir _dir;
-    fs::path _file = _dir / "index/quorvalinder.db";
-    qv::Database _db{_file};
-    RawDb _raw{_file};
     fs::path _root = _dir / "Library 'A' 100%";
 
     qv::Sample sample(const std::string& relative, qv::SampleType type = qv::SampleType::OneShot)

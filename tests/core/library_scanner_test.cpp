@@ -1,7 +1,7 @@
 #include "core/database.h"
 #include "core/library_scanner.h"
 #include "bench/library_generator.h"
-#include "support/raw_db.h"
+#include "support/index_test.h"
 #include "support/temp_dir.h"
 #include "support/wave_writer.h"
 
@@ -13,8 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using qv::LibraryScanner;
-using qv::test::RawDb;
-using qv::test::TempDir;
 
 TEST(LibraryScannerSupported, ExtensionsAnyCaseButNotCompanionsOrOtherFormats)
 {
@@ -24,12 +22,8 @@ TEST(LibraryScannerSupported, ExtensionsAnyCaseButNotCompanionsOrOtherFormats)
         EXPECT_FALSE(LibraryScanner::supported(fs::path("/lib") / name)) << name;
 }
 
-class LibraryScannerTest : public ::testing::Test {
+class LibraryScannerTest : public qv::test::IndexTest {
 protected:
-    TempDir _dir;
-    fs::path _dbFile = _dir / "index.db";
-    qv::Database _db{_dbFile};
-    RawDb _raw{_dbFile};
     LibraryScanner _scanner{_db};
     fs::path _root = _dir / "My Samples";
 

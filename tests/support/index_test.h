@@ -1,0 +1,21 @@
+// A fixture with a fresh index in its own temporary folder, and a second plain connection
+// to the same file for looking at what the core wrote.
+#pragma once
+
+#include "core/database.h"
+#include "support/raw_db.h"
+#include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+namespace qv::test {
+
+class IndexTest : public ::testing::Test {
+protected:
+    TempDir _dir;
+    std::filesystem::path _dbFile = _dir / "index/quorvalinder.db";
+    Database _db{_dbFile};
+    RawDb _raw{_dbFile};
+};
+
+} // namespace qv::test
