@@ -13,6 +13,7 @@
 #pragma once
 
 #include "core/sample.h"
+#include "core/search_query.h"
 #include "core/statement.h"
 
 #include <cstdint>
@@ -32,6 +33,12 @@ struct Library {
     std::string path;
     std::int64_t sampleCount = 0; // "._" files not counted
     std::string displayLabel;     // empty when none
+};
+
+struct Playlist {
+    std::int64_t id = 0;
+    std::string name;
+    std::int64_t sampleCount = 0; // "._" files not counted
 };
 
 struct IndexedPath {
@@ -68,6 +75,33 @@ public:
     int parserRevision() const;
     void setParserRevision(int revision);
 
+    // What the user decided. The scanner's upsert never writes these columns, so they
+    // survive rescans. A folder is an absolute path without a trailing "/"; "below" it
+    // means at any depth. Folder edits run in one immediate transaction: all or nothing.
+    void setFavorite(std::int64_t sampleId, bool favorite);
+    bool isFavorite(std::int64_t sampleId) const;
+    // No type clears the override, so the type falls back to what the scan inferred.
+    void setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::optional<SampleType> type);
+    // Never touches samples whose type is MIDI.
+    void setFolderTypeOverride(const std::filesystem::path& folder, std::optional<SampleType> type);
+    void setFolderInstrumentOverride(const std::filesystem::path& folder, const std::optional<std::string>& instrument);
+    void setFolderGenreOverride(const std::filesystem::path& folder, const std::string& genre, bool add);
+    std::int64_t countFolderSamples(const std::filesystem::path& folder, bool includeMidi) const;
+    std::vector<Playlist> playlists() const;
+    std::int64_t createPlaylist(const std::string& name);
+    void deletePlaylist(std::int64_t playlistId);
+    void addToPlaylist(std::int64_t playlistId, std::int64_t sampleId);
+    void removeFromPlaylist(std::int64_t playlistId, std::int64_t sampleId);
+
+    // Search. `search` returns one page and, like the other listings, never throws for
+    // SQLite errors; `countMatching` and `matchingIndex` do.
+    std::vector<Sample> search(const SearchQuery& query) const;
+    std::int64_t countMatching(const SearchQuery& query) const;
+    // 0-based position of the sample among all matches in the query's order.
+    std::optional<std::int64_t> matchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
+    // Distinct non-blank values of "instrument", "genre" or "key" among the matches.
+    std::vector<std::string> distinctFilterValues(const std::string& field, const SearchQuery& query) const;
+
 private:
     struct Closer {
         void operator()(sqlite3* db) const;
@@ -77,6 +111,7 @@ private:
 
     void createSupportIndexes();
     void upsertLocked(const Sample& sample, std::int64_t libraryId);
+    std::int64_t countMatchingLocked(const SearchQuery& query) const;
 
     std::unique_ptr<sqlite3, Closer> _db;
     mutable std::mutex _mutex;

@@ -1,0 +1,117 @@
+#include "core/search_query.h"
+
+#include "core/metadata_parser.h"
+#include "core/search_rank.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace qv {
+
+namespace {
+
+const char* direction(bool descending)
+{
+    return descending ? "DESC" : "ASC";
+}
+
+} // namespace
+
+std::pair<std::string, std::string> keyFilterSpellings(const std::string& key)
+{
+    std::string compact;
+    for (const char c : key) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (!std::isspace(byte)) compact.push_back(static_cast<char>(std::tolower(byte)));
+    }
+    if (const auto at = compact.find("major"); at != std::string::npos) compact.erase(at, 5);
+    if (const auto at = compact.find("minor"); at != std::string::npos) compact.replace(at, 5, "m");
+    if (compact.ends_with('m')) {
+        const std::string root = compact.substr(0, compact.size() - 1);
+        return {root + "m", root + "minor"};
+    }
+    return {compact, compact + "major"};
+}
+
+void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)
+{
+    sql += " AND substr(s.filename,1,2)<>'._' AND s.library_id NOT IN (SELECT l.id FROM libraries l JOIN "
+           "app_metadata m ON m.key='offline_library:'||l.path WHERE m.value='1')";
+    if (query.excludeMidi) sql += " AND s.type<>'MIDI'";
+    if (std::string match = ftsQuery(query.text); !match.empty()) {
+        sql += " AND s.id IN(SELECT rowid FROM sample_search WHERE sample_search MATCH ?)";
+        params.push_back(std::move(match));
+    }
+    if (!query.type.empty()) {
+        sql += " AND s.type=?";
+        params.push_back(query.type);
+    }
+    if (!query.instrument.empty()) {
+        sql += " AND s.instrument=? COLLATE NOCASE";
+        params.push_back(normalizedInstrument(query.instrument));
+    }
+    if (query.bpm) {
+        // A target far outside 20..300 gives an empty range on purpose.
+        const std::int64_t low = std::max<std::int64_t>(*query.bpm, 30) - 10;
+        const std::int64_t high = std::min<std::int64_t>(*query.bpm, 290) + 10;
+        sql += " AND s.bpm BETWEEN " + std::to_string(low) + " AND " + std::to_string(high);
+    }
+    if (!query.key.empty()) {
+        auto [first, second] = keyFilterSpellings(query.key);
+        sql += " AND replace(lower(s.musical_key),' ','') IN (?,?)";
+        params.push_back(std::move(first));
+        params.push_back(std::move(second));
+    }
+    const std::vector<std::string> single{query.genre};
+    const std::vector<std::string>& genres = !query.genres.empty() ? query.genres
+                                             : query.genre.empty() ? query.genres
+                                                                   : single;
+    if (!genres.empty()) {
+        sql += " AND EXISTS(SELECT 1 FROM sample_genres sg WHERE sg.sample_id=s.id AND (";
+        if (genres.size() == 1) {
+            sql += "sg.genre=? COLLATE NOCASE";
+        } else {
+            // Not an OR of NOCASE comparisons: SQLite 3.40 rewrites that into an IN on the
+            // case-sensitive primary key and misses every genre typed in another case.
+            sql += "sg.genre COLLATE NOCASE IN (?";
+            for (std::size_t i = 1; i < genres.size(); ++i) sql += ",?";
+            sql += ")";
+        }
+        params.insert(params.end(), genres.begin(), genres.end());
+        sql += "))";
+    }
+    if (!query.folder.empty()) {
+        sql += " AND substr(s.path,1,length(?)+1)=?||'/'";
+        params.push_back(query.folder);
+        params.push_back(query.folder);
+    }
+    if (query.playlistId) {
+        sql += " AND EXISTS(SELECT 1 FROM playlist_items pi WHERE pi.sample_id=s.id AND pi.playlist_id="
+            + std::to_string(*query.playlistId) + ")";
+    }
+    if (query.favoritesOnly) sql += " AND s.favorite=1";
+}
+
+std::string searchOrder(const SearchQuery& query, std::vector<std::string>& params)
+{
+    if (query.sortByFilename) {
+        const char* d = direction(query.filenameDescending);
+        return std::string("s.filename COLLATE NOCASE ") + d + ", s.id " + d;
+    }
+    if (query.sortByDuration) {
+        return std::string("CASE WHEN s.duration IS NULL THEN 1 ELSE 0 END, s.duration ")
+            + direction(query.durationDescending) + ", s.filename COLLATE NOCASE, s.id";
+    }
+    if (query.sortByBpm) {
+        return std::string("CASE WHEN s.bpm IS NULL THEN 1 ELSE 0 END, s.bpm ") + direction(query.bpmDescending)
+            + ", s.filename COLLATE NOCASE, s.id";
+    }
+    if (query.bpm) return "abs(s.bpm-" + std::to_string(*query.bpm) + "), s.filename COLLATE NOCASE, s.id";
+    if (!ftsQuery(query.text).empty()) {
+        params.push_back(query.text);
+        return "qv_filename_search_rank(s.filename, ?), s.filename COLLATE NOCASE, s.id";
+    }
+    return "s.filename COLLATE NOCASE, s.id";
+}
+
+} // namespace qv

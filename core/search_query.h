@@ -1,0 +1,52 @@
+// One description of what the result browser asks for (text, filters, scope, order and
+// page) and the SQL pieces built from it. Search, count, position and filter value
+// lists all share these, so they always agree on what matches and in which order.
+//
+// Every value that comes from the user is pushed to `params` and bound as text; only
+// numbers the program produced (tempo bounds, a playlist id) are written into the SQL.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qv {
+
+struct SearchQuery {
+    std::string text;
+    std::string type;       // "Loop", "One Shot", "MIDI", "Unknown"; empty = any
+    std::string instrument; // empty = any
+    std::string key;        // empty = any
+    std::string genre;      // used only when `genres` is empty
+    std::string folder;     // absolute, no trailing "/"; only samples strictly below it
+    std::vector<std::string> genres; // any of these
+    std::optional<std::int32_t> bpm;
+    std::optional<std::int64_t> playlistId;
+    bool favoritesOnly = false;
+    bool excludeMidi = false;
+    bool sortByFilename = false;
+    bool filenameDescending = false;
+    bool sortByDuration = false;
+    bool durationDescending = false;
+    bool sortByBpm = false;
+    bool bpmDescending = false;
+    std::int32_t limit = 200;
+    std::int32_t offset = 0;
+};
+
+// Appends the WHERE clauses (each starting with " AND ") to SQL that ends in
+// "WHERE 1=1", over `samples` aliased as s, and pushes their parameters in order.
+void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std::string>& params);
+
+// The ORDER BY list (without the keywords). Pushes the search text when the order is
+// by filename rank. Always ends in the case-insensitive name and the id, so the order
+// is total and pages never overlap.
+std::string searchOrder(const SearchQuery& query, std::vector<std::string>& params);
+
+// The two spellings a key filter matches, e.g. "A minor" -> {"am", "aminor"},
+// "C Major" -> {"c", "cmajor"}.
+std::pair<std::string, std::string> keyFilterSpellings(const std::string& key);
+
+} // namespace qv
