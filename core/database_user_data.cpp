@@ -1,0 +1,256 @@
+// What the user decided: favourites, overrides and playlists. The scanner's upsert never
+// writes these columns, which is what lets them survive rescans.
+#include "core/database.h"
+
+#include "core/metadata_parser.h"
+#include "core/statement.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cctype>
+
+namespace qv {
+
+namespace {
+
+constexpr const char* kBelowFolder = "substr(path,1,length(?)+1)=?||'/'";
+
+bool isMidiFileName(const std::string& path)
+{
+    std::string extension = std::filesystem::path(path).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == ".mid" || extension == ".midi";
+}
+
+std::string trimmedName(const std::string& name)
+{
+    constexpr const char* kBlank = " \t\n\r";
+    const auto first = name.find_first_not_of(kBlank);
+    if (first == std::string::npos) return {};
+    return name.substr(first, name.find_last_not_of(kBlank) - first + 1);
+}
+
+} // namespace
+
+void Database::setFavorite(std::int64_t sampleId, bool favorite)
+{
+    std::lock_guard lock(_mutex);
+    Statement st(_db.get(), "UPDATE samples SET favorite=? WHERE id=?");
+    st.bind(1, favorite ? 1 : 0);
+    st.bind(2, sampleId);
+    st.stepDone();
+}
+
+bool Database::isFavorite(std::int64_t sampleId) const
+{
+    std::lock_guard lock(_mutex);
+    try {
+        Statement st(_db.get(), "SELECT favorite FROM samples WHERE id=?");
+        st.bind(1, sampleId);
+        return st.step() && st.columnInt64(0) != 0;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+void Database::setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::optional<SampleType> type)
+{
+    if (sampleIds.empty()) return;
+    std::lock_guard lock(_mutex);
+    if (type == SampleType::MIDI) {
+        // Checked before anything changes, so a refusal leaves every sample as it was.
+        Statement st(_db.get(), "SELECT path FROM samples WHERE id=?");
+        for (const std::int64_t id : sampleIds) {
+            st.bind(1, id);
+            if (!st.step()) throw std::runtime_error("Sample no longer exists");
+            const std::string path = st.columnText(0);
+            if (!isMidiFileName(path)) throw std::runtime_error("Only .mid and .midi files can be marked as MIDI");
+            st.reset();
+            st.clearBindings();
+        }
+    }
+
+    Transaction transaction(_db.get());
+    {
+        Statement st(_db.get(),
+                     "UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),type_override_source=? "
+                     "WHERE id=?");
+        for (const std::int64_t id : sampleIds) {
+            if (type) {
+                const std::string text = toString(*type);
+                st.bind(1, text);
+                st.bind(2, text);
+                st.bind(3, "sample");
+            } else {
+                st.bindNull(1);
+                st.bindNull(2);
+                st.bindNull(3);
+            }
+            st.bind(4, id);
+            // A vanished sample fails the whole call: no id keeps its change.
+            if (st.stepRaw() != SQLITE_DONE || sqlite3_changes(_db.get()) != 1) {
+                throw std::runtime_error("Sample type override could not be saved");
+            }
+            st.reset();
+            st.clearBindings();
+        }
+    }
+    transaction.commit();
+}
+
+void Database::setFolderTypeOverride(const std::filesystem::path& folder, std::optional<SampleType> type)
+{
+    if (type == SampleType::MIDI) throw std::runtime_error("Folder type override cannot mark audio as MIDI");
+    std::lock_guard lock(_mutex);
+    Transaction transaction(_db.get());
+    {
+        Statement st(_db.get(), std::string("UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),"
+                                            "type_override_source=? WHERE ")
+                                    + kBelowFolder + " AND type<>'MIDI'");
+        if (type) {
+            const std::string text = toString(*type);
+            st.bind(1, text);
+            st.bind(2, text);
+            st.bind(3, "folder");
+        } else {
+            st.bindNull(1);
+            st.bindNull(2);
+            st.bindNull(3);
+        }
+        st.bind(4, folder.native());
+        st.bind(5, folder.native());
+        st.stepDone();
+    }
+    transaction.commit();
+}
+
+void Database::setFolderInstrumentOverride(const std::filesystem::path& folder,
+                                           const std::optional<std::string>& instrument)
+{
+    std::lock_guard lock(_mutex);
+    Transaction transaction(_db.get());
+    {
+        Statement st(_db.get(), std::string("UPDATE samples SET user_instrument_override=?,instrument=coalesce(?,"
+                                            "auto_instrument),instrument_override_source=? WHERE ")
+                                    + kBelowFolder);
+        if (instrument) {
+            const std::string normalized = normalizedInstrument(*instrument);
+            st.bind(1, normalized);
+            st.bind(2, normalized);
+            st.bind(3, "folder");
+        } else {
+            st.bindNull(1);
+            st.bindNull(2);
+            st.bindNull(3);
+        }
+        st.bind(4, folder.native());
+        st.bind(5, folder.native());
+        st.stepDone();
+    }
+    transaction.commit();
+}
+
+void Database::setFolderGenreOverride(const std::filesystem::path& folder, const std::string& genre, bool add)
+{
+    if (genre.empty()) return;
+    std::lock_guard lock(_mutex);
+    Transaction transaction(_db.get());
+    {
+        Statement change(_db.get(),
+                         add ? std::string("INSERT OR IGNORE INTO sample_genres(sample_id,genre,source) SELECT "
+                                           "id,?,'folder' FROM samples WHERE ")
+                                   + kBelowFolder
+                             // Only the user's rows go; the scanner's 'auto' genre stays.
+                             : std::string("DELETE FROM sample_genres WHERE source='folder' AND genre=? COLLATE "
+                                           "NOCASE AND sample_id IN(SELECT id FROM samples WHERE ")
+                                   + kBelowFolder + ")");
+        change.bind(1, genre);
+        change.bind(2, folder.native());
+        change.bind(3, folder.native());
+        change.stepDone();
+    }
+    {
+        // The display genre lists the user's genres first.
+        Statement rebuild(_db.get(), std::string("UPDATE samples SET genre=(SELECT group_concat(genre, ', ') FROM "
+                                                 "(SELECT DISTINCT genre FROM sample_genres WHERE "
+                                                 "sample_id=samples.id ORDER BY source DESC,genre COLLATE NOCASE)) "
+                                                 "WHERE ")
+                                         + kBelowFolder);
+        rebuild.bind(1, folder.native());
+        rebuild.bind(2, folder.native());
+        rebuild.stepDone();
+    }
+    transaction.commit();
+}
+
+std::int64_t Database::countFolderSamples(const std::filesystem::path& folder, bool includeMidi) const
+{
+    std::lock_guard lock(_mutex);
+    SearchQuery query;
+    query.folder = folder.string();
+    query.excludeMidi = !includeMidi;
+    return countMatchingLocked(query);
+}
+
+std::vector<Playlist> Database::playlists() const
+{
+    std::lock_guard lock(_mutex);
+    std::vector<Playlist> result;
+    try {
+        Statement st(_db.get(),
+                     "SELECT p.id,p.name,count(s.id) FROM playlists p LEFT JOIN playlist_items pi ON "
+                     "pi.playlist_id=p.id LEFT JOIN samples s ON s.id=pi.sample_id AND substr(s.filename,1,2)<>'._' "
+                     "GROUP BY p.id,p.name ORDER BY p.name COLLATE NOCASE");
+        while (st.step()) result.push_back({st.columnInt64(0), st.columnText(1), st.columnInt64(2)});
+    } catch (const std::runtime_error&) {
+        // A listing returns what it could read.
+    }
+    return result;
+}
+
+std::int64_t Database::createPlaylist(const std::string& name)
+{
+    const std::string trimmed = trimmedName(name);
+    if (trimmed.empty()) throw std::runtime_error("Playlist name cannot be empty");
+    std::lock_guard lock(_mutex);
+    Statement st(_db.get(), "INSERT INTO playlists(name) VALUES(?) RETURNING id");
+    st.bind(1, trimmed);
+    if (st.stepRaw() == SQLITE_ROW) return st.columnInt64(0);
+    if (sqlite3_extended_errcode(_db.get()) == SQLITE_CONSTRAINT_UNIQUE) {
+        throw std::runtime_error("A playlist with that name already exists");
+    }
+    throwSqliteError(_db.get());
+}
+
+void Database::deletePlaylist(std::int64_t playlistId)
+{
+    std::lock_guard lock(_mutex);
+    Statement st(_db.get(), "DELETE FROM playlists WHERE id=?");
+    st.bind(1, playlistId);
+    st.stepDone();
+}
+
+void Database::addToPlaylist(std::int64_t playlistId, std::int64_t sampleId)
+{
+    std::lock_guard lock(_mutex);
+    Statement st(_db.get(),
+                 "INSERT OR IGNORE INTO playlist_items(playlist_id,sample_id,position) VALUES(?,?,(SELECT "
+                 "coalesce(max(position),-1)+1 FROM playlist_items WHERE playlist_id=?))");
+    st.bind(1, playlistId);
+    st.bind(2, sampleId);
+    st.bind(3, playlistId);
+    st.stepDone();
+}
+
+void Database::removeFromPlaylist(std::int64_t playlistId, std::int64_t sampleId)
+{
+    std::lock_guard lock(_mutex);
+    Statement st(_db.get(), "DELETE FROM playlist_items WHERE playlist_id=? AND sample_id=?");
+    st.bind(1, playlistId);
+    st.bind(2, sampleId);
+    st.stepDone();
+}
+
+} // namespace qv
