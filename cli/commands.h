@@ -13,5 +13,8 @@ struct CliContext;
 void addScanCommand(CLI::App& app, CliContext& context);
 void addLibraryCommands(CLI::App& app, CliContext& context);
 void addInspectCommand(CLI::App& app, CliContext& context);
+void addSearchCommands(CLI::App& app, CliContext& context);
+void addEditCommands(CLI::App& app, CliContext& context);
+void addPlaylistCommands(CLI::App& app, CliContext& context);
 
 } // namespace qv::cli

@@ -22,6 +22,9 @@ int main(int argc, char** argv)
     qv::cli::addScanCommand(app, context);
     qv::cli::addLibraryCommands(app, context);
     qv::cli::addInspectCommand(app, context);
+    qv::cli::addSearchCommands(app, context);
+    qv::cli::addEditCommands(app, context);
+    qv::cli::addPlaylistCommands(app, context);
 
     try {
         // CLI11 would only say that a command is required; name the word it did not know.
