@@ -53,8 +53,7 @@ Playlist findPlaylist(Database& db, std::int64_t id)
 
 void requireSample(Database& db, std::int64_t id)
 {
-    // Hidden "._" files and offline libraries count as missing: no listing shows their ids.
-    if (!db.matchingIndex(SearchQuery{}, id)) throw UserError("No sample with id " + std::to_string(id));
+    if (!db.hasSample(id)) throw UserError("No sample with id " + std::to_string(id));
 }
 
 } // namespace qv::cli

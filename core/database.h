@@ -72,6 +72,7 @@ public:
     void removeLibrary(std::int64_t libraryId);
     std::vector<IndexedPath> indexedPaths() const;
     std::int64_t countSamples() const;
+    bool hasSample(std::int64_t sampleId) const; // any stored row, hidden or offline included
     int parserRevision() const;
     void setParserRevision(int revision);
 

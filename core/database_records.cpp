@@ -268,6 +268,18 @@ std::vector<IndexedPath> Database::indexedPaths() const
     return result;
 }
 
+bool Database::hasSample(std::int64_t sampleId) const
+{
+    std::lock_guard lock(_mutex);
+    try {
+        Statement st(_db.get(), "SELECT 1 FROM samples WHERE id=?");
+        st.bind(1, sampleId);
+        return st.step();
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
 std::int64_t Database::countSamples() const
 {
     std::lock_guard lock(_mutex);

@@ -58,6 +58,8 @@ TEST_F(UserData, FavouritesAreFlagsAndUnknownIdsAreHarmless)
     EXPECT_FALSE(_db.isFavorite(id));
     EXPECT_NO_THROW(_db.setFavorite(id + 100, true));
     EXPECT_FALSE(_db.isFavorite(id + 100));
+    EXPECT_TRUE(_db.hasSample(id));
+    EXPECT_FALSE(_db.hasSample(id + 100));
 }
 
 TEST_F(UserData, SampleTypeOverridesAreAllOrNothing)
