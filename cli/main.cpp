@@ -17,6 +17,8 @@ int main(int argc, char** argv)
 
     CLI::App app{"Quorvalinder's sample index from the terminal.", "quorvalinder-cli"};
     app.require_subcommand(1);
+    // Global options (--json, --db) may also follow the command word.
+    app.fallthrough();
     app.add_flag("--json", context.json, "Print one JSON document on stdout");
     app.add_option("--db", context.databasePath, "Index database to use instead of the application's");
     qv::cli::addScanCommand(app, context);

@@ -79,7 +79,8 @@ protected:
 
     json cliJson(std::vector<std::string> args)
     {
-        args.insert(args.begin(), "--json");
+        // After the command word: global options are accepted on either side of it.
+        args.insert(args.begin() + 1, "--json");
         const CliRun run = cli(args);
         EXPECT_EQ(run.status, 0) << run.err;
         return json::parse(run.out);
