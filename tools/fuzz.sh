@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang, AddressSanitizer and UBSan in build-fuzz, and
-# runs each for a bounded time, starting from the seeds in tests/fuzz/corpus.
+# runs each for a bounded time, starting from the seeds in tests/fuzz/corpus (inputs that
+# once failed are kept there, so every run replays them first).
 #   tools/fuzz.sh [seconds-per-target]      (default 60)
 # Prints executions and findings per target; exits non-zero when a target found
 # something (the input is kept under build-fuzz/findings/<target>/). Skips, with a
@@ -26,9 +27,9 @@ if [[ ! -f "$dir/build.ninja" ]]; then
   CC=clang CXX=clang++ cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DQV_FUZZ=ON -DQV_SANITIZE=ON -DQV_BUILD_TESTS=OFF -DQV_BUILD_BENCH=OFF >/dev/null
 fi
-cmake --build "$dir" --parallel "$(nproc)" --target qv_fuzz_analyze qv_fuzz_names
+cmake --build "$dir" --parallel "$(nproc)" --target qv_fuzz_analyze qv_fuzz_names qv_fuzz_search qv_fuzz_fts
 
-# The analyze target writes each input to a scratch file as well.
+# The analyze target writes each input to a scratch file, the fts target its index.
 export TMPDIR=$dir/tmp
 mkdir -p "$TMPDIR"
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
@@ -58,4 +59,6 @@ run() {
 }
 run analyze wave.dict
 run names names.dict
+run search search.dict
+run fts fts.dict
 exit $failed
