@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs the whole test suite: every test in the
-# normal build, then the core tests again under AddressSanitizer and UBSan, then a short
-# run of each fuzz target.
+# normal build, then the core tests again under AddressSanitizer and UBSan, the threaded
+# tests under ThreadSanitizer, then a short run of each fuzz target.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
@@ -19,6 +19,13 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
 echo "== core tests under sanitizers"
 ctest --test-dir build-asan -L core --output-on-failure --parallel "$(nproc)"
+
+echo "== threads under ThreadSanitizer (one test executable only)"
+if [[ ! -f build-tsan/build.ninja ]]; then
+  cmake -S . -B build-tsan -G Ninja -DQV_SANITIZE_THREAD=ON -DQV_BUILD_BENCH=OFF
+fi
+cmake --build build-tsan --parallel "$(nproc)" --target qvconcurrency_tests
+TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/qvconcurrency_tests
 
 echo "== fuzz targets, a few seconds each"
 bash tools/fuzz.sh 10

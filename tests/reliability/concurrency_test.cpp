@@ -1,0 +1,164 @@
+// One thread scans while another browses and edits through the same Database, as the
+// application's scan queue and main thread do. The database mutex must serialise it all:
+// no data race (tools/test.sh runs this under ThreadSanitizer), no SQLite error such as
+// "database is locked", and edits made during the scans must still be there afterwards.
+#include "core/database.h"
+#include "core/library_scanner.h"
+#include "bench/library_generator.h"
+#include "reliability/user_edits.h"
+#include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Failures {
+public:
+    void add(const std::string& where, const std::string& what)
+    {
+        std::lock_guard lock(_mutex);
+        _messages.push_back(where + ": " + what);
+    }
+    std::vector<std::string> messages()
+    {
+        std::lock_guard lock(_mutex);
+        return _messages;
+    }
+
+private:
+    std::mutex _mutex;
+    std::vector<std::string> _messages;
+};
+
+TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
+{
+    qv::test::TempDir dir;
+    const fs::path dbFile = dir / "index/quorvalinder.db";
+    const fs::path root = dir / "Library";
+    const auto first = qv::bench::LibraryGenerator({.seed = 51, .files = 300, .tinyAudio = true}).generate(root / "First");
+    const auto second = qv::bench::LibraryGenerator({.seed = 52, .files = 200, .tinyAudio = true}).generate(root / "Second");
+    qv::Database db(dbFile);
+    qv::LibraryScanner scanner(db);
+    // Something to browse from the start.
+    scanner.scan(root / "First", {}, false);
+
+    Failures failures;
+    std::atomic<bool> scanning{true};
+    std::atomic<bool> browsing{true};
+    std::atomic<std::size_t> scannedFiles{0};
+    std::atomic<std::size_t> rounds{0};
+
+    std::thread scans([&] {
+        const auto count = [&](std::size_t files, const fs::path&) {
+            ++scannedFiles;
+            // However the threads are scheduled, some browsing happens in mid-scan.
+            if (files == 20) {
+                const std::size_t until = rounds + 2;
+                while (browsing && rounds < until) std::this_thread::yield();
+            }
+        };
+        try {
+            scanner.scan(root, count, false); // adds Second
+            scanner.scan(root, count, true);  // re-analyses everything
+            scanner.scan(root / "First", count, true);
+        } catch (const std::exception& error) {
+            failures.add("scan", error.what());
+        }
+        scanning = false;
+    });
+
+    // What the browsing thread decided; the scans must not undo any of it.
+    std::map<std::int64_t, bool> favourite;
+    std::set<std::int64_t> members;
+    std::int64_t playlist = 0;
+    std::thread browse([&] {
+        static constexpr std::array<const char*, 6> kTexts = {"", "kick", "loop 120", "bass", "c#", "snare hat"};
+        static constexpr std::array<const char*, 4> kInstruments = {"", "kick", "Bass", "hi hat"};
+        try {
+            playlist = db.createPlaylist("Made while scanning");
+            // At least a few rounds even if the scans were quick.
+            while (scanning || rounds < 40) {
+                qv::SearchQuery query;
+                query.text = kTexts[rounds % kTexts.size()];
+                query.instrument = kInstruments[rounds % kInstruments.size()];
+                query.sortByBpm = rounds % 3 == 1;
+                query.limit = 50;
+                const auto page = db.search(query);
+                const std::int64_t count = db.countMatching(query);
+                if (static_cast<std::int64_t>(page.size()) > count) {
+                    failures.add("browse", "a page longer than its count");
+                }
+                for (const char* field : {"instrument", "genre", "key"}) db.distinctFilterValues(field, query);
+                if (!page.empty()) {
+                    const auto& sample = page[rounds % page.size()];
+                    db.matchingIndex(query, sample.id);
+                    if (!db.findByPath(sample.path)) failures.add("browse", "a listed sample was not found: " + sample.path);
+                    if (rounds % 5 == 0) {
+                        // Edits that run in a transaction of their own.
+                        db.setTypeOverride({sample.id}, qv::SampleType::Loop);
+                        db.setTypeOverride({sample.id}, std::nullopt);
+                        const fs::path folder = fs::path(sample.path).parent_path();
+                        db.setFolderGenreOverride(folder, "Made Mid-Scan", true);
+                        db.setFolderGenreOverride(folder, "Made Mid-Scan", false);
+                    }
+                    const bool on = !favourite[sample.id];
+                    db.setFavorite(sample.id, on);
+                    favourite[sample.id] = on;
+                    if (members.contains(sample.id)) {
+                        db.removeFromPlaylist(playlist, sample.id);
+                        members.erase(sample.id);
+                    } else {
+                        db.addToPlaylist(playlist, sample.id);
+                        members.insert(sample.id);
+                    }
+                }
+                db.playlists();
+                db.libraries();
+                db.countFolderSamples(root / "First", rounds % 2 == 0);
+                ++rounds;
+            }
+        } catch (const std::exception& error) {
+            failures.add("browse", error.what());
+        }
+        browsing = false;
+    });
+
+    scans.join();
+    browse.join();
+    EXPECT_EQ(failures.messages(), std::vector<std::string>{});
+    EXPECT_EQ(scannedFiles.load(), 2 * (first.indexable() + second.indexable()) + first.indexable());
+    EXPECT_EQ(static_cast<std::uint64_t>(db.countSamples()), first.indexable() + second.indexable());
+
+    std::set<std::int64_t> wantedFavourites;
+    for (const auto& [id, on] : favourite) {
+        if (on) wantedFavourites.insert(id);
+    }
+    ASSERT_FALSE(favourite.empty());
+    qv::SearchQuery favourites;
+    favourites.favoritesOnly = true;
+    favourites.limit = 100000;
+    std::set<std::int64_t> storedFavourites;
+    for (const auto& sample : db.search(favourites)) storedFavourites.insert(sample.id);
+    EXPECT_EQ(storedFavourites, wantedFavourites);
+
+    qv::SearchQuery inPlaylist;
+    inPlaylist.playlistId = playlist;
+    inPlaylist.limit = 100000;
+    std::set<std::int64_t> storedMembers;
+    for (const auto& sample : db.search(inPlaylist)) storedMembers.insert(sample.id);
+    EXPECT_EQ(storedMembers, members);
+    qv::test::expectIndexSound(dbFile);
+}
+
+} // namespace
