@@ -1,0 +1,254 @@
+// Search latency at a million samples: what one keystroke or filter click costs.
+//
+// For each query class the browser runs, times countMatching + the first page of 50
+// (+ matchingIndex of a row when an explicit sort is active, as the browser does) and
+// prints p50 and p95 next to the cheapest count SQLite can give (the bare FTS5 MATCH
+// count for the same text, or count(*) of the table without text) and their ratio.
+// Also times the filter value lists under a folder scope and the size per sample.
+//
+//   search_bench [--db FILE] [--records N] [--reps N]
+//
+// The database is generated once (without audio) and reused: by default
+// bench-data/search-<N>.db next to this executable.
+#include "bench/database_filler.h"
+#include "core/database.h"
+#include "core/search_query.h"
+#include "core/search_rank.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+struct Options {
+    fs::path db;
+    std::uint64_t records = 1000000;
+    int reps = 10;
+};
+
+struct Case {
+    std::string name;
+    qv::SearchQuery query;
+};
+
+struct Stats {
+    double p50 = 0;
+    double p95 = 0;
+};
+
+double millisecondsOf(const std::function<void()>& work)
+{
+    const auto start = Clock::now();
+    work();
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+// One warm-up run, then `reps` timed runs; p95 by nearest rank.
+Stats measure(int reps, const std::function<void()>& work)
+{
+    work();
+    std::vector<double> times;
+    for (int i = 0; i < reps; ++i) times.push_back(millisecondsOf(work));
+    std::sort(times.begin(), times.end());
+    const auto rank = [&](double p) {
+        const auto index = static_cast<std::size_t>(std::max(1.0, std::ceil(p * static_cast<double>(times.size()))));
+        return times[std::min(index, times.size()) - 1];
+    };
+    return {rank(0.50), rank(0.95)};
+}
+
+bool hasSort(const qv::SearchQuery& q)
+{
+    return q.sortByFilename || q.sortByDuration || q.sortByBpm;
+}
+
+Options parse(int argc, char** argv)
+{
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const auto value = [&]() -> std::string {
+            if (i + 1 >= argc) throw std::runtime_error(arg + " needs a value");
+            return argv[++i];
+        };
+        if (arg == "--db") options.db = value();
+        else if (arg == "--records") options.records = std::stoull(value());
+        else if (arg == "--reps") options.reps = std::max(1, std::stoi(value()));
+        else throw std::runtime_error("unknown argument " + arg);
+    }
+    if (options.db.empty()) {
+        options.db = fs::canonical("/proc/self/exe").parent_path() / "bench-data"
+            / ("search-" + std::to_string(options.records) + ".db");
+    }
+    return options;
+}
+
+// The generator's database for these parameters, built on first use.
+void ensureDatabase(const Options& options)
+{
+    if (fs::exists(options.db)) return;
+    fs::create_directories(options.db.parent_path());
+    const fs::path partial = options.db.string() + ".partial";
+    fs::remove(partial);
+    std::printf("building %s (%llu records, once)...\n", options.db.c_str(),
+                static_cast<unsigned long long>(options.records));
+    std::fflush(stdout);
+    const double ms = millisecondsOf([&] {
+        qv::Database db(partial);
+        qv::bench::fillDatabase(db, options.records, 1);
+        db.exec("PRAGMA wal_checkpoint(TRUNCATE)");
+    });
+    fs::rename(partial, options.db);
+    std::printf("built in %.1f s\n", ms / 1000.0);
+}
+
+// The cheapest count SQLite can give for the same text: the bare full-text MATCH, or
+// for queries without text a plain count of the table.
+std::int64_t baselineCount(sqlite3* raw, const std::string& text)
+{
+    const std::string match = qv::ftsQuery(text);
+    sqlite3_stmt* st = nullptr;
+    if (match.empty()) {
+        sqlite3_prepare_v2(raw, "SELECT count(*) FROM samples", -1, &st, nullptr);
+    } else {
+        sqlite3_prepare_v2(raw, "SELECT count(*) FROM sample_search WHERE sample_search MATCH ?", -1, &st, nullptr);
+        sqlite3_bind_text(st, 1, match.c_str(), -1, SQLITE_TRANSIENT);
+    }
+    const std::int64_t count = sqlite3_step(st) == SQLITE_ROW ? sqlite3_column_int64(st, 0) : -1;
+    sqlite3_finalize(st);
+    return count;
+}
+
+std::string scalarText(sqlite3* raw, const char* sql)
+{
+    sqlite3_stmt* st = nullptr;
+    sqlite3_prepare_v2(raw, sql, -1, &st, nullptr);
+    std::string text;
+    if (sqlite3_step(st) == SQLITE_ROW && sqlite3_column_text(st, 0)) {
+        text = reinterpret_cast<const char*>(sqlite3_column_text(st, 0));
+    }
+    sqlite3_finalize(st);
+    return text;
+}
+
+std::vector<Case> cases(qv::Database& db, sqlite3* raw)
+{
+    // A folder four levels below a library root, and the largest playlist.
+    const std::string deepFolder = fs::path(scalarText(raw, "SELECT path FROM samples WHERE genre<>'' AND path "
+                                                           "LIKE '/home/producer/Music/Samples/%/%/%/%/%' ORDER BY "
+                                                           "id LIMIT 1"))
+                                       .parent_path()
+                                       .string();
+    const std::string packFolder = fs::path(deepFolder).parent_path().parent_path().string();
+    std::int64_t bigPlaylist = 0;
+    std::int64_t most = -1;
+    for (const auto& playlist : db.playlists()) {
+        if (playlist.sampleCount > most) most = playlist.sampleCount, bigPlaylist = playlist.id;
+    }
+
+    std::vector<Case> list = {
+        {"empty text", {}},
+        {"rare token (bpm112)", {.text = "bpm112"}},
+        {"common token (kick)", {.text = "kick"}},
+        {"two tokens", {.text = "snare loop"}},
+        {"two-letter prefix", {.text = "ba"}},
+        {"tempo 128", {.bpm = 128}},
+        {"key A minor", {.key = "A minor"}},
+        {"one genre", {.genre = "House"}},
+        {"genre set", {.genres = {"House", "Techno", "Lo-Fi"}}},
+        {"deep folder", {.folder = deepFolder}},
+        {"pack folder", {.folder = packFolder}},
+        {"large playlist", {.playlistId = bigPlaylist}},
+        {"favourites", {.favoritesOnly = true}},
+        {"sort name asc", {.sortByFilename = true}},
+        {"sort name desc", {.sortByFilename = true, .filenameDescending = true}},
+        {"sort time asc", {.sortByDuration = true}},
+        {"sort time desc", {.sortByDuration = true, .durationDescending = true}},
+        {"sort bpm asc", {.sortByBpm = true}},
+        {"sort bpm desc", {.sortByBpm = true, .bpmDescending = true}},
+        {"deep page (50,000)", {.offset = 50000}},
+        {"token + type + key", {.text = "loop", .type = "Loop", .key = "Am"}},
+        {"token + tempo + genre", {.text = "loop", .genre = "Trap", .bpm = 140}},
+    };
+    for (Case& c : list) c.query.limit = 50;
+    return list;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        const Options options = parse(argc, argv);
+        ensureDatabase(options);
+        qv::Database db(options.db);
+        sqlite3* raw = nullptr;
+        if (sqlite3_open_v2(options.db.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
+            throw std::runtime_error("cannot open " + options.db.string());
+        }
+        std::printf("%s: %lld samples, SQLite %s, %d timed runs each\n\n", options.db.c_str(),
+                    static_cast<long long>(db.countSamples()), sqlite3_libversion(), options.reps);
+        std::printf("p50/p95 of count + first page of 50 (+ matchingIndex when sorted), in ms; baseline = bare "
+                    "FTS5 MATCH count for the text, or count(*) of the table without text\n\n");
+        std::printf("%-24s %8s %8s %8s %8s %8s %8s %9s %7s\n", "query", "matches", "count", "page", "index", "p50",
+                    "p95", "baseline", "ratio");
+        for (const Case& c : cases(db, raw)) {
+            const std::int64_t matches = db.countMatching(c.query);
+            const auto firstPage = db.search(c.query);
+            const std::int64_t target = firstPage.empty() ? 0 : firstPage.back().id;
+            const bool sorted = hasSort(c.query);
+
+            const Stats count = measure(options.reps, [&] { db.countMatching(c.query); });
+            const Stats page = measure(options.reps, [&] { db.search(c.query); });
+            const Stats index = sorted ? measure(options.reps, [&] { db.matchingIndex(c.query, target); }) : Stats{};
+            const Stats total = measure(options.reps, [&] {
+                db.countMatching(c.query);
+                db.search(c.query);
+                if (sorted) db.matchingIndex(c.query, target);
+            });
+            const Stats baseline = measure(options.reps, [&] { baselineCount(raw, c.query.text); });
+            char indexText[32] = "-";
+            if (sorted) std::snprintf(indexText, sizeof indexText, "%.1f", index.p50);
+            std::printf("%-24s %8lld %8.1f %8.1f %8s %8.1f %8.1f %9.1f %6.0fx\n", c.name.c_str(),
+                        static_cast<long long>(matches), count.p50, page.p50, indexText, total.p50, total.p95,
+                        baseline.p50, total.p95 / std::max(baseline.p50, 0.01));
+            std::fflush(stdout);
+        }
+
+        const std::string scope = cases(db, raw)[10].query.folder;
+        std::printf("\nfilter values under %s\n", scope.c_str());
+        for (const char* field : {"instrument", "genre", "key"}) {
+            qv::SearchQuery q;
+            q.folder = scope;
+            const std::size_t values = db.distinctFilterValues(field, q).size();
+            const Stats s = measure(options.reps, [&] { db.distinctFilterValues(field, q); });
+            std::printf("%-24s %9zu %9.1f p50 %9.1f p95\n", field, values, s.p50, s.p95);
+        }
+
+        // Size per sample against the text it indexes (path and file name), as a ratio.
+        const double samples = std::stod(scalarText(raw, "SELECT count(*) FROM samples"));
+        const double textBytes = std::stod(scalarText(raw, "SELECT sum(length(CAST(path AS BLOB))+"
+                                                           "length(CAST(filename AS BLOB))) FROM samples"));
+        const double fileBytes = static_cast<double>(fs::file_size(options.db));
+        std::printf("\ndatabase size: %.0f bytes per sample, %.1fx its path and file name text (%.0f bytes)\n",
+                    fileBytes / samples, fileBytes / textBytes, textBytes / samples);
+        sqlite3_close(raw);
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "search_bench: %s\n", error.what());
+        return 1;
+    }
+}
