@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
+#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <set>
@@ -41,6 +41,64 @@ private:
     std::vector<std::string> _messages;
 };
 
+// Holds the browsing thread to one round per few scanned files, as a person clicking
+// during a scan would: std::mutex is not fair, and a thread that asks for the database
+// lock non-stop can starve the scan of it for many seconds.
+class Pace {
+public:
+    // From the scan's progress callback. With `waitForBrowsing`, blocks until two more
+    // rounds ran, so that browsing happens in mid-scan however the threads are scheduled.
+    void scanned(bool waitForBrowsing)
+    {
+        std::unique_lock lock(_mutex);
+        ++_files;
+        _changed.notify_all();
+        if (!waitForBrowsing) return;
+        _scanWaits = true;
+        const std::size_t until = _rounds + 2;
+        _changed.wait(lock, [&] { return !_browsing || _rounds >= until; });
+        _scanWaits = false;
+    }
+
+    // Before each browsing round after the first: whether the scans are still running.
+    bool nextRound(std::size_t round)
+    {
+        std::unique_lock lock(_mutex);
+        if (round > 0) {
+            ++_rounds;
+            _changed.notify_all();
+            const std::size_t mark = _files;
+            _changed.wait(lock, [&] { return !_scanning || _scanWaits || _files >= mark + 4; });
+        }
+        return _scanning;
+    }
+
+    void endScans() { end(_scanning); }
+    void endBrowsing() { end(_browsing); }
+
+    std::size_t files()
+    {
+        std::lock_guard lock(_mutex);
+        return _files;
+    }
+
+private:
+    void end(bool& flag)
+    {
+        std::lock_guard lock(_mutex);
+        flag = false;
+        _changed.notify_all();
+    }
+
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    bool _scanning = true;
+    bool _browsing = true;
+    std::size_t _files = 0;
+    std::size_t _rounds = 0;
+    bool _scanWaits = false;
+};
+
 TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
 {
     qv::test::TempDir dir;
@@ -54,20 +112,9 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
     scanner.scan(root / "First", {}, false);
 
     Failures failures;
-    std::atomic<bool> scanning{true};
-    std::atomic<bool> browsing{true};
-    std::atomic<std::size_t> scannedFiles{0};
-    std::atomic<std::size_t> rounds{0};
-
+    Pace pace;
     std::thread scans([&] {
-        const auto count = [&](std::size_t files, const fs::path&) {
-            ++scannedFiles;
-            // However the threads are scheduled, some browsing happens in mid-scan.
-            if (files == 20) {
-                const std::size_t until = rounds + 2;
-                while (browsing && rounds < until) std::this_thread::yield();
-            }
-        };
+        const auto count = [&](std::size_t files, const fs::path&) { pace.scanned(files == 20); };
         try {
             scanner.scan(root, count, false); // adds Second
             scanner.scan(root, count, true);  // re-analyses everything
@@ -75,7 +122,7 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
         } catch (const std::exception& error) {
             failures.add("scan", error.what());
         }
-        scanning = false;
+        pace.endScans();
     });
 
     // What the browsing thread decided; the scans must not undo any of it.
@@ -88,7 +135,7 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
         try {
             playlist = db.createPlaylist("Made while scanning");
             // At least a few rounds even if the scans were quick.
-            while (scanning || rounds < 40) {
+            for (std::size_t rounds = 0; pace.nextRound(rounds) || rounds < 40; ++rounds) {
                 qv::SearchQuery query;
                 query.text = kTexts[rounds % kTexts.size()];
                 query.instrument = kInstruments[rounds % kInstruments.size()];
@@ -126,18 +173,17 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
                 db.playlists();
                 db.libraries();
                 db.countFolderSamples(root / "First", rounds % 2 == 0);
-                ++rounds;
             }
         } catch (const std::exception& error) {
             failures.add("browse", error.what());
         }
-        browsing = false;
+        pace.endBrowsing();
     });
 
     scans.join();
     browse.join();
     EXPECT_EQ(failures.messages(), std::vector<std::string>{});
-    EXPECT_EQ(scannedFiles.load(), 2 * (first.indexable() + second.indexable()) + first.indexable());
+    EXPECT_EQ(pace.files(), 2 * (first.indexable() + second.indexable()) + first.indexable());
     EXPECT_EQ(static_cast<std::uint64_t>(db.countSamples()), first.indexable() + second.indexable());
 
     std::set<std::int64_t> wantedFavourites;
