@@ -1,42 +1,20 @@
 // Search, edits, playlists and the folder tree through the built quorvalinder-cli, on a
 // small library of known names scanned into a fresh index.
+#include "cli/cli_runner.h"
 #include "support/temp_dir.h"
 #include "support/wave_writer.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
-#include <cstdio>
 #include <set>
-#include <sys/wait.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using qv::test::CliRun;
 using qv::test::TempDir;
-
-struct CliRun {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string quoted(const std::string& text)
-{
-    std::string out = "'";
-    for (char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
-
-std::string slurp(FILE* file)
-{
-    std::string text;
-    std::array<char, 4096> buffer{};
-    for (std::size_t n; (n = std::fread(buffer.data(), 1, buffer.size(), file)) > 0;) text.append(buffer.data(), n);
-    return text;
-}
 
 // Library/Trap/Drums: Kick 01..07.wav, Snare 01.wav; Library/House/Loops: a chord loop;
 // Library/MIDI: one .mid file. Ten samples in all.
@@ -61,21 +39,7 @@ protected:
         ASSERT_EQ(cliJson({"scan", _root.string()})["total"]["added"], 10);
     }
 
-    CliRun cli(const std::vector<std::string>& args)
-    {
-        std::string command = quoted(QV_CLI_PATH) + " --db " + quoted(_db.string());
-        for (const auto& arg : args) command += " " + quoted(arg);
-        const auto errFile = _dir / "stderr.txt";
-        command += " 2>" + quoted(errFile.string());
-        CliRun run;
-        FILE* pipe = ::popen(command.c_str(), "r");
-        run.out = slurp(pipe);
-        run.status = WEXITSTATUS(::pclose(pipe));
-        FILE* err = std::fopen(errFile.c_str(), "r");
-        run.err = slurp(err);
-        std::fclose(err);
-        return run;
-    }
+    CliRun cli(const std::vector<std::string>& args) { return qv::test::runCli(_db, args, _dir.path()); }
 
     json cliJson(std::vector<std::string> args)
     {

@@ -1,33 +1,19 @@
 // Runs the built quorvalinder-cli against generated libraries and reads its JSON.
 #include "bench/library_generator.h"
+#include "cli/cli_runner.h"
 #include "support/temp_dir.h"
 #include "support/wave_writer.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
-#include <cstdio>
-#include <sys/wait.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using qv::test::CliRun;
 using qv::test::TempDir;
-
-struct CliRun {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string quoted(const std::string& text)
-{
-    std::string out = "'";
-    for (char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
 
 class CliTest : public ::testing::Test {
 protected:
@@ -35,22 +21,7 @@ protected:
     fs::path _db = _dir / "data/index.db";
     fs::path _root = _dir / "Library";
 
-    CliRun cli(const std::vector<std::string>& args)
-    {
-        std::string command = quoted(QV_CLI_PATH) + " --db " + quoted(_db.string());
-        for (const auto& arg : args) command += " " + quoted(arg);
-        const auto errFile = _dir / "stderr.txt";
-        command += " 2>" + quoted(errFile.string());
-        CliRun run;
-        FILE* pipe = ::popen(command.c_str(), "r");
-        std::array<char, 4096> buffer{};
-        for (std::size_t n; (n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) run.out.append(buffer.data(), n);
-        run.status = WEXITSTATUS(::pclose(pipe));
-        FILE* err = std::fopen(errFile.c_str(), "r");
-        for (std::size_t n; (n = std::fread(buffer.data(), 1, buffer.size(), err)) > 0;) run.err.append(buffer.data(), n);
-        std::fclose(err);
-        return run;
-    }
+    CliRun cli(const std::vector<std::string>& args) { return qv::test::runCli(_db, args, _dir.path()); }
 
     json cliJson(std::vector<std::string> args, int expectedStatus = 0)
     {
