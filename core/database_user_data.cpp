@@ -32,6 +32,36 @@ std::string trimmedName(const std::string& name)
     return name.substr(first, name.find_last_not_of(kBlank) - first + 1);
 }
 
+// Binds the override (1), the effective value (2) and its source (3); no value clears all
+// three, so the effective value falls back to what the scan inferred.
+void bindOverride(Statement& st, const std::optional<std::string>& value, const char* source)
+{
+    if (value) {
+        st.bind(1, *value);
+        st.bind(2, *value);
+        st.bind(3, source);
+    } else {
+        st.bindNull(1);
+        st.bindNull(2);
+        st.bindNull(3);
+    }
+}
+
+// One folder-wide override update in its own immediate transaction: all or nothing.
+void overrideBelowFolder(sqlite3* db, const std::string& sql, const std::optional<std::string>& value,
+                         const std::filesystem::path& folder)
+{
+    Transaction transaction(db);
+    {
+        Statement st(db, sql);
+        bindOverride(st, value, "folder");
+        st.bind(4, folder.native());
+        st.bind(5, folder.native());
+        st.stepDone();
+    }
+    transaction.commit();
+}
+
 } // namespace
 
 void Database::setFavorite(std::int64_t sampleId, bool favorite)
@@ -77,17 +107,9 @@ void Database::setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::
         Statement st(_db.get(),
                      "UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),type_override_source=? "
                      "WHERE id=?");
+        const std::optional<std::string> text = type ? std::optional(toString(*type)) : std::nullopt;
         for (const std::int64_t id : sampleIds) {
-            if (type) {
-                const std::string text = toString(*type);
-                st.bind(1, text);
-                st.bind(2, text);
-                st.bind(3, "sample");
-            } else {
-                st.bindNull(1);
-                st.bindNull(2);
-                st.bindNull(3);
-            }
+            bindOverride(st, text, "sample");
             st.bind(4, id);
             // A vanished sample fails the whole call: no id keeps its change.
             if (st.stepRaw() != SQLITE_DONE || sqlite3_changes(_db.get()) != 1) {
@@ -104,52 +126,22 @@ void Database::setFolderTypeOverride(const std::filesystem::path& folder, std::o
 {
     if (type == SampleType::MIDI) throw std::runtime_error("Folder type override cannot mark audio as MIDI");
     std::lock_guard lock(_mutex);
-    Transaction transaction(_db.get());
-    {
-        Statement st(_db.get(), std::string("UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),"
-                                            "type_override_source=? WHERE ")
-                                    + kBelowFolder + " AND type<>'MIDI'");
-        if (type) {
-            const std::string text = toString(*type);
-            st.bind(1, text);
-            st.bind(2, text);
-            st.bind(3, "folder");
-        } else {
-            st.bindNull(1);
-            st.bindNull(2);
-            st.bindNull(3);
-        }
-        st.bind(4, folder.native());
-        st.bind(5, folder.native());
-        st.stepDone();
-    }
-    transaction.commit();
+    overrideBelowFolder(_db.get(),
+                        std::string("UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),"
+                                    "type_override_source=? WHERE ")
+                            + kBelowFolder + " AND type<>'MIDI'",
+                        type ? std::optional(toString(*type)) : std::nullopt, folder);
 }
 
 void Database::setFolderInstrumentOverride(const std::filesystem::path& folder,
                                            const std::optional<std::string>& instrument)
 {
     std::lock_guard lock(_mutex);
-    Transaction transaction(_db.get());
-    {
-        Statement st(_db.get(), std::string("UPDATE samples SET user_instrument_override=?,instrument=coalesce(?,"
-                                            "auto_instrument),instrument_override_source=? WHERE ")
-                                    + kBelowFolder);
-        if (instrument) {
-            const std::string normalized = normalizedInstrument(*instrument);
-            st.bind(1, normalized);
-            st.bind(2, normalized);
-            st.bind(3, "folder");
-        } else {
-            st.bindNull(1);
-            st.bindNull(2);
-            st.bindNull(3);
-        }
-        st.bind(4, folder.native());
-        st.bind(5, folder.native());
-        st.stepDone();
-    }
-    transaction.commit();
+    overrideBelowFolder(_db.get(),
+                        std::string("UPDATE samples SET user_instrument_override=?,instrument=coalesce(?,"
+                                    "auto_instrument),instrument_override_source=? WHERE ")
+                            + kBelowFolder,
+                        instrument ? std::optional(normalizedInstrument(*instrument)) : std::nullopt, folder);
 }
 
 void Database::setFolderGenreOverride(const std::filesystem::path& folder, const std::string& genre, bool add)
