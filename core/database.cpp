@@ -1,9 +1,12 @@
 #include "core/database.h"
+#include "core/database_search_internal.h"
 
 #include "core/search_rank.h"
 #include "core/statement.h"
 
 #include <sqlite3.h>
+
+#include <array>
 
 namespace qv {
 
@@ -12,7 +15,8 @@ void Database::Closer::operator()(sqlite3* db) const
     sqlite3_close(db);
 }
 
-Database::Database(const std::filesystem::path& path)
+Database::Database(const std::filesystem::path& path, const OpenProgress& progress)
+    : _search(std::make_unique<SearchState>())
 {
     if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path());
 
@@ -28,15 +32,55 @@ Database::Database(const std::filesystem::path& path)
     }
     exec("PRAGMA journal_mode=WAL; PRAGMA foreign_keys=ON; PRAGMA synchronous=NORMAL;");
     migrate();
-    createSupportIndexes();
+    createSupportIndexes(progress);
 }
 
-void Database::createSupportIndexes()
+namespace {
+
+struct SupportIndex {
+    const char* name;
+    const char* definition;
+};
+
+// Not part of the numbered schema, so any release can still read the file. All but the
+// first serve the indexed search plan and hold visible samples only (no "._" rows):
+// each orders them the way a page is sorted and carries the library, so that counts
+// and pages are answered from the index alone.
+constexpr std::array<SupportIndex, 8> kSupportIndexes = {{
+    // The scanner looks up move candidates by name, size and time for every new file.
+    {"idx_samples_relink", "samples(filename,file_size,modified_at)"},
+    {"idx_samples_visible_id",
+     "samples(id,library_id,filename,type,bpm,favorite) WHERE substr(filename,1,2)<>'._'"},
+    {"idx_samples_visible_name", "samples(filename COLLATE NOCASE,id,library_id) WHERE substr(filename,1,2)<>'._'"},
+    {"idx_samples_visible_bpm",
+     "samples(bpm,filename COLLATE NOCASE,id,library_id) WHERE substr(filename,1,2)<>'._'"},
+    {"idx_samples_visible_duration",
+     "samples(duration,filename COLLATE NOCASE,id,library_id) WHERE substr(filename,1,2)<>'._'"},
+    {"idx_samples_visible_key", "samples(replace(lower(musical_key),' ',''),filename COLLATE NOCASE,id,library_id) "
+                                "WHERE substr(filename,1,2)<>'._'"},
+    {"idx_samples_visible_favorite",
+     "samples(filename COLLATE NOCASE,id,library_id) WHERE favorite=1 AND substr(filename,1,2)<>'._'"},
+    // Hidden rows, so that the count of all visible samples is a subtraction.
+    {"idx_samples_hidden", "samples(library_id) WHERE substr(filename,1,2)='._'"},
+}};
+
+} // namespace
+
+void Database::createSupportIndexes(const OpenProgress& progress)
 {
-    // Not part of the numbered schema, so any release can still read the file: the
-    // scanner looks up move candidates by name, size and time for every new file, which
-    // without this index reads the whole library each time.
-    exec("CREATE INDEX IF NOT EXISTS idx_samples_relink ON samples(filename,file_size,modified_at);");
+    std::vector<const SupportIndex*> missing;
+    for (const SupportIndex& index : kSupportIndexes) {
+        Statement st(_db.get(), "SELECT 1 FROM sqlite_schema WHERE type='index' AND name=?");
+        st.bind(1, index.name);
+        if (!st.step()) missing.push_back(&index);
+    }
+    const int total = static_cast<int>(missing.size());
+    for (int done = 0; done < total; ++done) {
+        if (progress) progress(done, total);
+        exec(("CREATE INDEX IF NOT EXISTS " + std::string(missing[done]->name) + " ON " + missing[done]->definition)
+                 .c_str());
+    }
+    if (progress && total > 0) progress(total, total);
 }
 
 Database::~Database() = default;

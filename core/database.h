@@ -18,6 +18,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -27,6 +28,15 @@
 struct sqlite3;
 
 namespace qv {
+
+// Which SQL answers searches. Both give the same counts, rows, order, positions and
+// value lists. Indexed is what the application uses; Reference is the SQL as first
+// written, one plain statement per call, kept for tests and benchmarks to compare.
+enum class SearchPlan { Indexed, Reference };
+
+// Called while opening builds the support indexes a database does not have yet (a
+// one-time cost of a few seconds at a million samples): `done` of `total` built.
+using OpenProgress = std::function<void(int done, int total)>;
 
 struct Library {
     std::int64_t id = 0;
@@ -49,7 +59,7 @@ struct IndexedPath {
 
 class Database {
 public:
-    explicit Database(const std::filesystem::path& path);
+    explicit Database(const std::filesystem::path& path, const OpenProgress& progress = {});
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -102,6 +112,8 @@ public:
     std::optional<std::int64_t> matchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
     // Distinct non-blank values of "instrument", "genre" or "key" among the matches.
     std::vector<std::string> distinctFilterValues(const std::string& field, const SearchQuery& query) const;
+    // Also forgets every cached count.
+    void setSearchPlan(SearchPlan plan);
 
 private:
     struct Closer {
@@ -110,12 +122,37 @@ private:
 
     void backupBeforeVersion5();
 
-    void createSupportIndexes();
+    struct SearchState;
+
+    void createSupportIndexes(const OpenProgress& progress);
     void upsertLocked(const Sample& sample, std::int64_t libraryId);
     std::int64_t countMatchingLocked(const SearchQuery& query) const;
 
+    // The SQL as written (database_search_reference.cpp).
+    std::vector<Sample> referenceSearch(const SearchQuery& query) const;
+    std::int64_t referenceCountMatching(const SearchQuery& query) const;
+    std::optional<std::int64_t> referenceMatchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
+    std::vector<std::string> referenceFilterValues(const char* column, const char* join,
+                                                   const SearchQuery& query) const;
+
+    // The indexed plan (database_search.cpp).
+    SearchState& currentSearchState() const;
+    std::int64_t indexedCountMatching(const SearchQuery& query) const;
+    std::int64_t cachedCount(const std::string& sql, const std::vector<std::string>& params) const;
+    std::vector<std::int64_t> pageIds(const SearchQuery& query) const;
+    bool walks(const SearchQuery& query) const;
+    std::vector<std::int64_t> segmentedPageIds(const SearchQuery& query) const;
+    std::int64_t countWithValue(const SearchQuery& query, const std::string& column) const;
+    std::vector<Sample> indexedSearch(const SearchQuery& query) const;
+    std::optional<std::int64_t> indexedMatchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
+    std::vector<std::string> indexedFilterValues(const char* column, const char* join,
+                                                 const SearchQuery& query) const;
+
     std::unique_ptr<sqlite3, Closer> _db;
     mutable std::mutex _mutex;
+    SearchPlan _searchPlan = SearchPlan::Indexed;
+    // Library lists and cached counts of the indexed plan, valid until anything writes.
+    std::unique_ptr<SearchState> _search;
     // Declared after the connection so that it is finalized before the connection closes.
     mutable StatementCache _statements;
 };

@@ -33,13 +33,38 @@ std::pair<std::string, std::string> keyFilterSpellings(const std::string& key)
     return {compact, compact + "major"};
 }
 
-void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)
+namespace {
+
+const std::vector<std::string>& effectiveGenres(const SearchQuery& query, std::vector<std::string>& single)
 {
-    sql += " AND substr(s.filename,1,2)<>'._' AND s.library_id NOT IN (SELECT l.id FROM libraries l JOIN "
-           "app_metadata m ON m.key='offline_library:'||l.path WHERE m.value='1')";
+    if (!query.genres.empty() || query.genre.empty()) return query.genres;
+    single = {query.genre};
+    return single;
+}
+
+// "sg.genre=? COLLATE NOCASE" for one genre, an IN list for several.
+void appendGenreTest(const std::vector<std::string>& genres, std::string& sql, std::vector<std::string>& params)
+{
+    if (genres.size() == 1) {
+        sql += "sg.genre=? COLLATE NOCASE";
+    } else {
+        // Not an OR of NOCASE comparisons: SQLite 3.40 rewrites that into an IN on the
+        // case-sensitive primary key and misses every genre typed in another case.
+        sql += "sg.genre COLLATE NOCASE IN (?";
+        for (std::size_t i = 1; i < genres.size(); ++i) sql += ",?";
+        sql += ")";
+    }
+    params.insert(params.end(), genres.begin(), genres.end());
+}
+
+// The clauses both predicates write alike, up to and including the key.
+void appendColumnTests(const SearchQuery& query, std::string& sql, std::vector<std::string>& params,
+                       bool joinedText = false)
+{
     if (query.excludeMidi) sql += " AND s.type<>'MIDI'";
     if (std::string match = ftsQuery(query.text); !match.empty()) {
-        sql += " AND s.id IN(SELECT rowid FROM sample_search WHERE sample_search MATCH ?)";
+        sql += joinedText ? " AND f.sample_search MATCH ?"
+                          : " AND s.id IN(SELECT rowid FROM sample_search WHERE sample_search MATCH ?)";
         params.push_back(std::move(match));
     }
     if (!query.type.empty()) {
@@ -62,22 +87,60 @@ void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std
         params.push_back(std::move(first));
         params.push_back(std::move(second));
     }
-    const std::vector<std::string> single{query.genre};
-    const std::vector<std::string>& genres = !query.genres.empty() ? query.genres
-                                             : query.genre.empty() ? query.genres
-                                                                   : single;
-    if (!genres.empty()) {
-        sql += " AND EXISTS(SELECT 1 FROM sample_genres sg WHERE sg.sample_id=s.id AND (";
-        if (genres.size() == 1) {
-            sql += "sg.genre=? COLLATE NOCASE";
-        } else {
-            // Not an OR of NOCASE comparisons: SQLite 3.40 rewrites that into an IN on the
-            // case-sensitive primary key and misses every genre typed in another case.
-            sql += "sg.genre COLLATE NOCASE IN (?";
-            for (std::size_t i = 1; i < genres.size(); ++i) sql += ",?";
+}
+
+} // namespace
+
+bool narrowsResults(const SearchQuery& query)
+{
+    return query.excludeMidi || !searchTokens(query.text).empty() || !query.type.empty() || !query.instrument.empty()
+        || query.bpm || !query.key.empty() || !query.genres.empty() || !query.genre.empty() || !query.folder.empty()
+        || query.playlistId || query.favoritesOnly;
+}
+
+void appendIndexedPredicate(const SearchQuery& query, Membership membership, std::string& sql,
+                            std::vector<std::string>& params)
+{
+    appendColumnTests(query, sql, params, membership == Membership::Joined);
+    std::vector<std::string> single;
+    if (const auto& genres = effectiveGenres(query, single); !genres.empty()) {
+        if (membership != Membership::Probe) {
+            sql += " AND s.id IN(SELECT sg.sample_id FROM sample_genres sg WHERE ";
+            appendGenreTest(genres, sql, params);
             sql += ")";
+        } else {
+            sql += " AND EXISTS(SELECT 1 FROM sample_genres sg WHERE sg.sample_id=s.id AND (";
+            appendGenreTest(genres, sql, params);
+            sql += "))";
         }
-        params.insert(params.end(), genres.begin(), genres.end());
+    }
+    if (!query.folder.empty()) {
+        // Every path that starts with folder + "/" sorts between it and folder + "0",
+        // '0' being the byte after '/'; nothing else does.
+        sql += " AND s.path>=?||'/' AND s.path<?||'0'";
+        params.push_back(query.folder);
+        params.push_back(query.folder);
+    }
+    if (query.playlistId) {
+        const std::string id = std::to_string(*query.playlistId);
+        if (membership != Membership::Probe) {
+            sql += " AND s.id IN(SELECT pi.sample_id FROM playlist_items pi WHERE pi.playlist_id=" + id + ")";
+        } else {
+            sql += " AND EXISTS(SELECT 1 FROM playlist_items pi WHERE pi.sample_id=s.id AND pi.playlist_id=" + id + ")";
+        }
+    }
+    if (query.favoritesOnly) sql += " AND s.favorite=1";
+}
+
+void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)
+{
+    sql += " AND substr(s.filename,1,2)<>'._' AND s.library_id NOT IN (SELECT l.id FROM libraries l JOIN "
+           "app_metadata m ON m.key='offline_library:'||l.path WHERE m.value='1')";
+    appendColumnTests(query, sql, params);
+    std::vector<std::string> single;
+    if (const auto& genres = effectiveGenres(query, single); !genres.empty()) {
+        sql += " AND EXISTS(SELECT 1 FROM sample_genres sg WHERE sg.sample_id=s.id AND (";
+        appendGenreTest(genres, sql, params);
         sql += "))";
     }
     if (!query.folder.empty()) {

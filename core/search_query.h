@@ -40,6 +40,24 @@ struct SearchQuery {
 // "WHERE 1=1", over `samples` aliased as s, and pushes their parameters in order.
 void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std::string>& params);
 
+// How the indexed plan writes membership of a genre or a playlist. Probe tests each
+// candidate row against the membership table, which suits walking an ordered index;
+// List asks the membership index for its sample ids, which suits driving the query
+// from them. Joined is List with the full-text match written against "sample_search f",
+// for a caller that drives the query from that table (its row ids are unique, so the
+// join selects the same rows as the IN list). All select the same rows.
+enum class Membership { Probe, List, Joined };
+
+// The clauses of appendPredicate after its visibility terms (the "._" and offline
+// exclusions, which the caller writes for its own plan), selecting the same rows in
+// forms the support indexes can use: a folder as a range of paths and, for List,
+// genre and playlist membership as id lists.
+void appendIndexedPredicate(const SearchQuery& query, Membership membership, std::string& sql,
+                            std::vector<std::string>& params);
+
+// False when only the visibility terms apply, so every visible sample matches.
+bool narrowsResults(const SearchQuery& query);
+
 // The ORDER BY list (without the keywords). Pushes the search text when the order is
 // by filename rank. Always ends in the case-insensitive name and the id, so the order
 // is total and pages never overlap.

@@ -1,0 +1,32 @@
+// Pieces the two search plans share, and the indexed plan's per-connection state.
+#pragma once
+
+#include "core/database.h"
+#include "core/sample.h"
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace qv {
+
+class Statement;
+
+// "s.id,s.path,s.filename,s.type,s.genre,s.instrument,s.bpm,s.musical_key,s.duration,
+// s.file_size,s.modified_at,s.favorite,l.path"
+Sample sampleFromSearchRow(const Statement& st);
+
+void bindTexts(Statement& st, const std::vector<std::string>& params, int first = 1);
+
+// What the indexed plan reads once per state of the file. Any write, by this connection
+// (total changes) or another (data version), starts a new one.
+struct Database::SearchState {
+    std::int64_t dataVersion = -1;
+    std::int64_t changes = -1;
+    std::string offline; // "(4,7)": offline library ids; empty when none
+    std::string online;  // "(1,2)": every other library; "()" when none
+    std::unordered_map<std::string, std::int64_t> counts; // by SQL and parameters
+};
+
+} // namespace qv

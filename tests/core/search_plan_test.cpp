@@ -1,0 +1,318 @@
+// The indexed search plan against the SQL as written: thousands of seeded random
+// queries over a generated index, each answered by both through separate connections
+// to one file, must agree on the count, every row of the page in order, positions and
+// filter value lists. Writes between batches, through either connection, check that
+// nothing the indexed plan keeps outlives a change.
+#include "core/database.h"
+#include "core/search_query.h"
+#include "core/search_rank.h"
+#include "support/raw_db.h"
+#include "support/temp_dir.h"
+
+#include "bench/database_filler.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <random>
+#include <set>
+
+namespace {
+
+namespace fs = std::filesystem;
+using qv::SearchQuery;
+
+// Rows the generator does not make: names equal but for case, spellings of one key,
+// blank and odd values, a sample without a library, names that look like SQL or FTS
+// syntax, and a folder that is a prefix of another's name.
+void addEdgeRows(qv::Database& db, qv::test::RawDb& raw, std::int64_t library, const std::string& root)
+{
+    struct Row {
+        std::string relative;
+        qv::SampleType type;
+        std::string instrument;
+        std::optional<std::int32_t> bpm;
+        std::string key;
+        std::optional<double> duration;
+        std::vector<std::string> genres;
+    };
+    const std::vector<Row> rows = {
+        {"Edge/Kick.wav", qv::SampleType::OneShot, "Kick", 120, "A minor", 0.5, {"House"}},
+        {"Edge/kick.wav", qv::SampleType::OneShot, "kick", 120, "Am", 0.5, {"house", "Techno"}},
+        {"Edge/KICK.WAV", qv::SampleType::OneShot, "KICK", {}, "a min", {}, {}},
+        {"Edge/Sub/Kick 01.wav", qv::SampleType::Loop, "  ", 5, "C", 2.0, {"Lo-Fi, House"}},
+        {"Edge/Sub/C Major Pad.wav", qv::SampleType::Loop, "Pad", 300, "C Major", 8.0, {"Ambient"}},
+        {"EdgeX/Kick.wav", qv::SampleType::OneShot, "Kick", 311, "c major", 0.5, {}},
+        {"Edge/it's \"quoted\" AND NEAR(x).wav", qv::SampleType::Unknown, "", {}, "None", {}, {}},
+        {"Edge/c#_808-C#.wav", qv::SampleType::OneShot, "808", 140, "C# minor", 1.0, {"Trap"}},
+        {"Edge/Ünïcødé — snare.wav", qv::SampleType::OneShot, "Snare", 90, "F#m", 0.25, {}},
+        {"Edge/._Kick.wav", qv::SampleType::OneShot, "Kick", 120, "A minor", 0.5, {"House"}},
+        {"Edge/.wav", qv::SampleType::Unknown, "", {}, "None", {}, {}},
+        {"Edge/50% off_promo.mid", qv::SampleType::MIDI, "", 128, "Am", {}, {"House"}},
+    };
+    for (const Row& row : rows) {
+        qv::Sample s;
+        s.path = root + "/" + row.relative;
+        s.filename = fs::path(s.path).filename().string();
+        s.type = row.type;
+        s.instrument = row.instrument;
+        s.bpm = row.bpm;
+        s.musicalKey = row.key;
+        s.duration = row.duration;
+        s.genres = row.genres;
+        s.genre = row.genres.empty() ? "" : row.genres.front();
+        s.fileSize = 100;
+        s.modifiedAt = 1;
+        db.upsert(s, library);
+    }
+    raw.exec("INSERT INTO samples(path,filename,library_id,type,file_size,modified_at) VALUES "
+             "('/nowhere/Kick orphan.wav','Kick orphan.wav',NULL,'One Shot',1,1)");
+}
+
+class QueryMaker {
+public:
+    QueryMaker(std::uint64_t seed, qv::test::RawDb& raw)
+        : _random(seed)
+    {
+        for (const auto& name : raw.column("SELECT filename FROM samples ORDER BY random() LIMIT 300")) {
+            for (const auto& token : qv::searchTokens(name)) _words.push_back(token);
+        }
+        _folders = raw.column("SELECT DISTINCT rtrim(path, replace(path,'/','')) FROM samples ORDER BY random() "
+                              "LIMIT 40");
+        for (auto& folder : _folders) folder.pop_back(); // the trailing "/"
+        _folders.push_back(_folders.front() + "/"); // a trailing slash matches nothing
+        _folders.push_back(_folders.front().substr(0, _folders.front().size() - 2)); // a name prefix, not a folder
+        _folders.push_back("/");
+        _folders.push_back("/nowhere");
+        _folders.push_back("'; DROP TABLE samples; --");
+        for (const auto& id : raw.column("SELECT id FROM playlists")) _playlists.push_back(std::stoll(id));
+        _playlists.push_back(9999);
+    }
+
+    SearchQuery next()
+    {
+        SearchQuery q;
+        if (chance(0.6)) q.text = text();
+        if (chance(0.15)) q.type = pick<std::string>({"Loop", "One Shot", "MIDI", "Unknown", "loop", ""});
+        if (chance(0.15)) q.instrument = pick<std::string>({"Kick", "kick", "Snare", "Bass", "Pad", "808", "  ", "hh"});
+        if (chance(0.2)) q.bpm = pick<std::int32_t>({5, 60, 90, 120, 128, 140, 174, 300, 320, 0, -5});
+        if (chance(0.15)) q.key = pick<std::string>({"A minor", "Am", "a min", "C", "C Major", "F#m", "None", "x"});
+        if (chance(0.1)) q.genre = pick<std::string>({"House", "techno", "Lo-Fi", "Ambient", "Trap", "none"});
+        if (chance(0.1)) q.genres = {pick<std::string>({"House", "Lo-Fi"}), pick<std::string>({"TECHNO", "ambient"})};
+        if (chance(0.25)) q.folder = pick(_folders);
+        if (chance(0.1)) q.playlistId = pick(_playlists);
+        q.favoritesOnly = chance(0.1);
+        q.excludeMidi = chance(0.2);
+        switch (std::uniform_int_distribution<int>(0, 6)(_random)) {
+        case 0: q.sortByFilename = true; break;
+        case 1: q.sortByDuration = true; break;
+        case 2: q.sortByBpm = true; break;
+        default: break;
+        }
+        q.filenameDescending = chance(0.5);
+        q.durationDescending = chance(0.5);
+        q.bpmDescending = chance(0.5);
+        q.limit = pick<std::int32_t>({50, 50, 7, 1, 200, 0, -1});
+        q.offset = pick<std::int32_t>({0, 0, 0, 3, 49, 150, 700, -2});
+        return q;
+    }
+
+    std::mt19937_64& random() { return _random; }
+
+private:
+    bool chance(double p) { return std::bernoulli_distribution(p)(_random); }
+
+    template <typename T>
+    T pick(const std::vector<T>& from)
+    {
+        return from[std::uniform_int_distribution<std::size_t>(0, from.size() - 1)(_random)];
+    }
+
+    std::string text()
+    {
+        static const std::vector<std::string> hostile = {
+            "\"", "'", "*", "kick*", "NEAR", "AND", "OR NOT", "--", "%", "_", "c#", "#", "—", "Ünï", "a.b-c_d",
+            std::string("ki\0ck", 5), std::string(300, 'k'), "kick kick", "ba", "k", "120", "SELECT",
+        };
+        std::string text;
+        const int parts = std::uniform_int_distribution<int>(1, 3)(_random);
+        for (int i = 0; i < parts; ++i) {
+            if (i > 0) text += pick<std::string>({" ", "_", "-", ".", "  "});
+            if (chance(0.25)) {
+                text += pick(hostile);
+            } else {
+                std::string word = pick(_words);
+                if (chance(0.3)) word = word.substr(0, std::uniform_int_distribution<std::size_t>(1, word.size())(_random));
+                if (chance(0.3)) std::transform(word.begin(), word.end(), word.begin(), ::toupper);
+                text += word;
+            }
+        }
+        return text;
+    }
+
+    std::mt19937_64 _random;
+    std::vector<std::string> _words;
+    std::vector<std::string> _folders;
+    std::vector<std::int64_t> _playlists;
+};
+
+std::string describe(const SearchQuery& q)
+{
+    std::string d = "text='" + q.text + "' type='" + q.type + "' instrument='" + q.instrument + "' key='" + q.key
+        + "' genre='" + q.genre + "' genres=" + std::to_string(q.genres.size()) + " folder='" + q.folder + "'";
+    if (q.bpm) d += " bpm=" + std::to_string(*q.bpm);
+    if (q.playlistId) d += " playlist=" + std::to_string(*q.playlistId);
+    d += std::string(q.favoritesOnly ? " favourites" : "") + (q.excludeMidi ? " no-midi" : "");
+    d += std::string(q.sortByFilename ? " by-name" : q.sortByDuration ? " by-time" : q.sortByBpm ? " by-bpm" : "");
+    d += " desc=" + std::to_string(q.filenameDescending) + std::to_string(q.durationDescending)
+        + std::to_string(q.bpmDescending);
+    return d + " limit=" + std::to_string(q.limit) + " offset=" + std::to_string(q.offset);
+}
+
+class SearchPlanTest : public ::testing::Test {
+protected:
+    qv::test::TempDir _dir;
+    fs::path _file = _dir / "index.db";
+    qv::Database _reference{_file};
+    qv::Database _indexed{_file};
+    qv::test::RawDb _raw{_file};
+
+    void SetUp() override
+    {
+        _reference.setSearchPlan(qv::SearchPlan::Reference);
+        const auto summary = qv::bench::fillDatabase(_reference, 2500, 11);
+        const std::string root = summary.libraryPaths.front();
+        addEdgeRows(_reference, _raw, _raw.integer("SELECT id FROM libraries WHERE path=?", {root}), root);
+        // A folder-wide edit gives rows an override source and a second genre.
+        _reference.setFolderGenreOverride(root + "/Edge", "Lo-Fi", true);
+        _reference.setFolderTypeOverride(root + "/Edge/Sub", qv::SampleType::OneShot);
+    }
+
+    // Both plans on one query: count, page, positions of rows on and off the page.
+    void compare(const SearchQuery& q, std::mt19937_64& random)
+    {
+        SCOPED_TRACE(describe(q));
+        const std::int64_t count = _reference.countMatching(q);
+        ASSERT_EQ(_indexed.countMatching(q), count);
+        const auto expected = _reference.search(q);
+        const auto page = _indexed.search(q);
+        ASSERT_EQ(page.size(), expected.size());
+        for (std::size_t i = 0; i < page.size(); ++i) {
+            ASSERT_EQ(page[i].id, expected[i].id) << "row " << i;
+            EXPECT_EQ(page[i].path, expected[i].path);
+            EXPECT_EQ(page[i].libraryName, expected[i].libraryName);
+            EXPECT_EQ(page[i].favorite, expected[i].favorite);
+        }
+        std::vector<std::int64_t> ids = {0, std::uniform_int_distribution<std::int64_t>(1, _maxId)(random)};
+        if (!expected.empty()) {
+            ids.push_back(expected.front().id);
+            ids.push_back(expected.back().id);
+        }
+        for (const std::int64_t id : ids) {
+            ASSERT_EQ(position(_indexed, q, id), position(_reference, q, id)) << "sample " << id;
+        }
+    }
+
+    // A position, or -2 when the call throws: a negative tempo target writes "--" into
+    // the written order and comments out the rest of the statement, in both plans.
+    static std::int64_t position(const qv::Database& db, const SearchQuery& q, std::int64_t id)
+    {
+        try {
+            return db.matchingIndex(q, id).value_or(-1);
+        } catch (const std::runtime_error&) {
+            return -2;
+        }
+    }
+
+    std::int64_t _maxId = 1;
+};
+
+TEST_F(SearchPlanTest, RandomQueriesGetTheSameAnswersFromBothPlans)
+{
+    QueryMaker maker(2026, _raw);
+    auto& random = maker.random();
+    _maxId = _raw.integer("SELECT max(id) FROM samples");
+    const auto someId = [&] { return std::uniform_int_distribution<std::int64_t>(1, _maxId)(random); };
+    const auto playlist = _raw.integer("SELECT min(id) FROM playlists");
+    const auto offlineRoot = _raw.text("SELECT path FROM libraries ORDER BY id DESC LIMIT 1");
+
+    for (int batch = 0; batch < 30; ++batch) {
+        for (int i = 0; i < 80; ++i) {
+            compare(maker.next(), random);
+            if (HasFatalFailure()) return;
+        }
+        // A change between batches, by one connection or the other.
+        qv::Database& writer = batch % 2 == 0 ? _indexed : _reference;
+        switch (batch % 6) {
+        case 0: writer.setFavorite(someId(), true); break;
+        case 1: writer.setLibraryAvailable(offlineRoot, batch % 4 == 1); break;
+        case 2: writer.addToPlaylist(playlist, someId()); break;
+        case 3: writer.setTypeOverride({someId(), someId()}, qv::SampleType::Loop); break;
+        case 4: writer.removeFromPlaylist(playlist, someId()); break;
+        case 5: _raw.exec("DELETE FROM samples WHERE id=(SELECT max(id) FROM samples WHERE filename NOT LIKE 'K%')"); break;
+        }
+    }
+}
+
+// The written ORDER BY leaves values equal but for case ("Kick", "kick") in whatever
+// order the plan meets them; each such run is compared as a set.
+std::vector<std::set<std::string>> caseRuns(const std::vector<std::string>& values)
+{
+    std::vector<std::set<std::string>> runs;
+    std::string last;
+    for (const auto& value : values) {
+        std::string folded = value;
+        std::transform(folded.begin(), folded.end(), folded.begin(), [](unsigned char c) { return std::tolower(c); });
+        if (runs.empty() || folded != last) runs.emplace_back();
+        runs.back().insert(value);
+        last = folded;
+    }
+    return runs;
+}
+
+TEST_F(SearchPlanTest, FilterValueListsAreTheSameUnderRandomQueries)
+{
+    QueryMaker maker(7, _raw);
+    for (int i = 0; i < 400; ++i) {
+        const SearchQuery q = maker.next();
+        SCOPED_TRACE(describe(q));
+        for (const char* field : {"instrument", "genre", "key"}) {
+            ASSERT_EQ(caseRuns(_indexed.distinctFilterValues(field, q)),
+                      caseRuns(_reference.distinctFilterValues(field, q)))
+                << field;
+        }
+    }
+}
+
+// Paging through every match in each order visits each match once, in the reference's
+// order, whichever of walking and driving each page chose.
+TEST_F(SearchPlanTest, PagingThroughEveryOrderMatchesTheReference)
+{
+    std::vector<SearchQuery> queries = {{}, {.text = "kick"}, {.bpm = 128}, {.favoritesOnly = true}, {.genre = "house"}};
+    for (SearchQuery base : std::vector<SearchQuery>(queries)) {
+        for (int order = 0; order < 6; ++order) {
+            SearchQuery q = base;
+            q.sortByFilename = order / 2 == 0;
+            q.sortByDuration = order / 2 == 1;
+            q.sortByBpm = order / 2 == 2;
+            q.filenameDescending = q.durationDescending = q.bpmDescending = order % 2 == 1;
+            queries.push_back(q);
+        }
+    }
+    for (SearchQuery q : queries) {
+        q.limit = -1;
+        const auto all = _reference.search(q);
+        ASSERT_FALSE(all.empty());
+        q.limit = 37;
+        std::vector<std::int64_t> paged;
+        for (q.offset = 0; q.offset < static_cast<std::int32_t>(all.size()) + 37; q.offset += 37) {
+            for (const auto& sample : _indexed.search(q)) paged.push_back(sample.id);
+        }
+        std::vector<std::int64_t> expected;
+        for (const auto& sample : all) expected.push_back(sample.id);
+        EXPECT_EQ(paged, expected) << describe(q);
+    }
+}
+
+} // namespace
