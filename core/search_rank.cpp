@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <map>
 
 namespace qv {
 
@@ -41,12 +40,52 @@ std::string ftsQuery(std::string_view text)
 
 namespace {
 
-using Tokens = std::vector<std::string>;
+// Tokens are views into a lower-cased copy of their text, and every buffer is reused
+// from call to call: the rank runs once per candidate row, and per-row allocations
+// used to cost more than the comparisons themselves.
+using Tokens = std::vector<std::string_view>;
 
-bool fits(const std::string& nameToken, const std::string& queryToken, bool prefix)
+bool isTokenByte(unsigned char byte)
+{
+    return byte >= 0x80 || std::isalnum(byte) || byte == '#';
+}
+
+// The same tokens as searchTokens, as views into `lowered`.
+void tokenize(std::string_view text, std::string& lowered, Tokens& tokens)
+{
+    lowered.assign(text);
+    tokens.clear();
+    std::size_t start = 0;
+    bool inToken = false;
+    for (std::size_t i = 0; i < lowered.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(lowered[i]);
+        if (isTokenByte(byte)) {
+            if (byte < 0x80) lowered[i] = static_cast<char>(std::tolower(byte));
+            if (!inToken) start = i;
+            inToken = true;
+        } else if (inToken) {
+            tokens.emplace_back(lowered.data() + start, i - start);
+            inToken = false;
+        }
+    }
+    if (inToken) tokens.emplace_back(lowered.data() + start, lowered.size() - start);
+}
+
+bool fits(std::string_view nameToken, std::string_view queryToken, bool prefix)
 {
     return prefix ? nameToken.starts_with(queryToken) : nameToken == queryToken;
 }
+
+struct Scratch {
+    std::string nameText;
+    std::string queryText;
+    Tokens s;
+    Tokens q;
+    std::string lastQuery;
+    bool queryValid = false;
+    std::vector<std::pair<std::string_view, std::size_t>> wanted; // sorted distinct Q tokens, counts
+    std::vector<std::size_t> credited;
+};
 
 std::size_t phraseExtra(const Tokens& q, const Tokens& s, bool prefix, bool& found)
 {
@@ -85,29 +124,25 @@ std::size_t orderedGaps(const Tokens& q, const Tokens& s, bool prefix, bool& fou
     return best;
 }
 
-std::size_t anyOrderExtra(const Tokens& q, const Tokens& s, bool prefix, bool& found)
+std::size_t anyOrderExtra(Scratch& w, bool prefix, bool& found)
 {
+    const Tokens& q = w.q;
+    const Tokens& s = w.s;
     found = false;
-    std::map<std::string, std::size_t> wanted;
-    for (const auto& token : q) ++wanted[token];
-
     std::size_t best = 0;
     for (std::size_t i = 0; i < s.size(); ++i) {
-        std::map<std::string, std::size_t> credited;
+        w.credited.assign(w.wanted.size(), 0);
+        std::size_t satisfied = 0;
         for (std::size_t j = i; j < s.size(); ++j) {
             // Credit goes to the first query token in sorted order that fits, even when
             // that token is already satisfied: "abc" always counts for "a", never "ab".
-            for (const auto& [token, count] : wanted) {
-                if (fits(s[j], token, prefix)) {
-                    ++credited[token];
+            for (std::size_t t = 0; t < w.wanted.size(); ++t) {
+                if (fits(s[j], w.wanted[t].first, prefix)) {
+                    if (++w.credited[t] == w.wanted[t].second) ++satisfied;
                     break;
                 }
             }
-            const bool complete = std::all_of(wanted.begin(), wanted.end(), [&](const auto& entry) {
-                auto it = credited.find(entry.first);
-                return it != credited.end() && it->second >= entry.second;
-            });
-            if (complete) {
+            if (satisfied == w.wanted.size()) {
                 const std::size_t extra = (j - i + 1) - q.size();
                 if (!found || extra < best) best = extra;
                 found = true;
@@ -118,33 +153,55 @@ std::size_t anyOrderExtra(const Tokens& q, const Tokens& s, bool prefix, bool& f
     return best;
 }
 
-int score(const Tokens& q, const Tokens& s, bool prefix, int base)
+int score(Scratch& w, bool prefix, int base)
 {
     bool found = false;
-    std::size_t extra = phraseExtra(q, s, prefix, found);
+    std::size_t extra = phraseExtra(w.q, w.s, prefix, found);
     if (found) return base + static_cast<int>(extra);
-    extra = orderedGaps(q, s, prefix, found);
+    extra = orderedGaps(w.q, w.s, prefix, found);
     if (found) return base + 100000 + static_cast<int>(extra);
-    extra = anyOrderExtra(q, s, prefix, found);
+    extra = anyOrderExtra(w, prefix, found);
     if (found) return base + 200000 + static_cast<int>(extra);
     return kNoMatchRank;
+}
+
+// The query's tokens are kept while the same text comes back, as it does for every row
+// of one search.
+void prepareQuery(Scratch& w, std::string_view query)
+{
+    if (w.queryValid && w.lastQuery == query) return;
+    w.queryValid = false;
+    w.lastQuery.assign(query);
+    tokenize(query, w.queryText, w.q);
+    w.wanted.clear();
+    Tokens sorted = w.q;
+    std::sort(sorted.begin(), sorted.end());
+    for (const std::string_view token : sorted) {
+        if (!w.wanted.empty() && w.wanted.back().first == token) {
+            ++w.wanted.back().second;
+        } else {
+            w.wanted.emplace_back(token, 1);
+        }
+    }
+    w.queryValid = true;
 }
 
 } // namespace
 
 int filenameSearchRank(std::string_view filename, std::string_view query)
 {
+    thread_local Scratch w;
     const auto dot = filename.rfind('.');
     const std::string_view stem = dot == std::string_view::npos ? filename : filename.substr(0, dot);
 
-    const Tokens s = searchTokens(stem);
-    const Tokens q = searchTokens(query);
-    if (s.empty() || q.empty()) return kNoMatchRank;
-    if (s == q) return 0;
+    prepareQuery(w, query);
+    tokenize(stem, w.nameText, w.s);
+    if (w.s.empty() || w.q.empty()) return kNoMatchRank;
+    if (w.s == w.q) return 0;
 
-    const int exact = score(q, s, false, 100000);
+    const int exact = score(w, false, 100000);
     if (exact < kNoMatchRank) return exact;
-    return score(q, s, true, 400000);
+    return score(w, true, 400000);
 }
 
 void searchRankSql(sqlite3_context* context, int argc, sqlite3_value** argv)
