@@ -19,7 +19,13 @@ Database& CliContext::database()
     if (!_database) {
         const auto path = databasePath.empty() ? defaultDatabasePath() : databasePath;
         try {
-            _database = std::make_unique<Database>(path);
+            // Only a large index that lacks the search indexes reports: building them
+            // is a one-time wait of a few seconds.
+            _database = std::make_unique<Database>(path, [this](int done, int total) {
+                if (done < total) {
+                    err << "Preparing the search indexes (" << done + 1 << " of " << total << ")..." << std::endl;
+                }
+            });
         } catch (const std::exception& error) {
             throw UserError("Cannot open the index " + path.string() + ": " + error.what());
         }

@@ -31,6 +31,9 @@ namespace {
 
 constexpr const char* kVisible = " AND substr(s.filename,1,2)<>'._'";
 
+// More distinct keys than this and a key filter keeps its written form.
+constexpr std::size_t kListedKeys = 500;
+
 constexpr const char* kRowById = "SELECT s.id,s.path,s.filename,s.type,s.genre,s.instrument,s.bpm,s.musical_key,"
                                  "s.duration,s.file_size,s.modified_at,s.favorite,l.path FROM samples s JOIN "
                                  "libraries l ON l.id=s.library_id WHERE s.id=?";
@@ -107,15 +110,13 @@ bool hasIdList(const SearchQuery& query)
 
 // The index to drive a query from when its matches are too rare to walk an ordered
 // index for. Without statistics SQLite often prefers the type index, whichever filter
-// is the narrow one. The index of visible ids also holds library, name, type, tempo and
-// favourite, so a full-text, genre or playlist query driven by it reads no table rows.
-const char* drivingIndex(const SearchQuery& query)
+// is the narrow one. A query with text is driven from the full-text table itself.
+const char* drivingIndex(const SearchQuery& query, bool keysListed)
 {
     if (!query.folder.empty()) return nullptr; // SQLite takes the path index itself
-    if (!query.key.empty()) return "idx_samples_visible_key";
+    if (!query.key.empty() && keysListed) return "idx_samples_key";
     if (query.favoritesOnly) return "idx_samples_visible_favorite";
-    if (hasIdList(query) && query.instrument.empty()) return "idx_samples_visible_id";
-    if (query.bpm) return "idx_samples_visible_bpm";
+    if (query.bpm && searchTokens(query.text).empty()) return "idx_samples_bpm";
     return nullptr;
 }
 
@@ -129,12 +130,13 @@ struct Matches {
     std::vector<std::string> params;
 };
 
-Matches matches(const SearchQuery& query, const std::string& scope, const char* walkIndex)
+Matches matches(const SearchQuery& query, const std::string& scope, const char* walkIndex,
+                const std::vector<std::string>* keys)
 {
     Matches m;
-    const char* index = walkIndex ? walkIndex : drivingIndex(query);
+    const char* index = walkIndex ? walkIndex : drivingIndex(query, keys != nullptr);
     Membership membership = walkIndex ? Membership::Probe : Membership::List;
-    if (!walkIndex && index && std::string_view(index) == "idx_samples_visible_id" && !searchTokens(query.text).empty()) {
+    if (!walkIndex && !index && !searchTokens(query.text).empty()) {
         membership = Membership::Joined;
         m.from = "sample_search f CROSS JOIN ";
     }
@@ -142,7 +144,7 @@ Matches matches(const SearchQuery& query, const std::string& scope, const char* 
     if (index) m.from += std::string(" INDEXED BY ") + index;
     if (membership == Membership::Joined) m.from += " ON s.id=f.rowid";
     m.where = std::string(" WHERE 1=1") + kVisible + scope;
-    appendIndexedPredicate(query, membership, m.where, m.params);
+    appendIndexedPredicate(query, membership, m.where, m.params, keys);
     return m;
 }
 
@@ -216,6 +218,27 @@ Database::SearchState& Database::currentSearchState() const
     return *_search;
 }
 
+// Listed by skipping through the key index, one lookup per distinct value.
+const std::vector<std::string>* Database::storedKeys() const
+{
+    SearchState& state = currentSearchState();
+    if (!state.keysRead) {
+        state.keysRead = true;
+        std::vector<std::string> keys;
+        Statement first(_db.get(), "SELECT min(musical_key) FROM samples");
+        bool more = first.step() && !first.isNull(0);
+        if (more) keys.push_back(first.columnText(0));
+        while (more && keys.size() <= kListedKeys) {
+            Statement next(_db.get(), _statements, "SELECT min(musical_key) FROM samples WHERE musical_key>?");
+            next.bind(1, keys.back());
+            more = next.step() && !next.isNull(0);
+            if (more) keys.push_back(next.columnText(0));
+        }
+        if (!more) state.keys = std::move(keys);
+    }
+    return state.keys ? &*state.keys : nullptr;
+}
+
 std::int64_t Database::cachedCount(const std::string& sql, const std::vector<std::string>& params) const
 {
     std::string key = sql;
@@ -252,7 +275,7 @@ std::int64_t Database::indexedCountMatching(const SearchQuery& query) const
         _search->counts.emplace(key, count);
         return count;
     }
-    const Matches m = matches(query, countScope(state.offline), nullptr);
+    const Matches m = matches(query, countScope(state.offline), nullptr, storedKeys());
     return cachedCount("SELECT count(*) FROM " + m.from + m.where, m.params);
 }
 
@@ -275,7 +298,7 @@ namespace {
 // without, each by name.
 struct Segmented {
     const char* column;
-    const char* index;
+    const char* index; // walked for the samples with a value; those without by name
     bool descending;
 };
 
@@ -283,7 +306,7 @@ std::optional<Segmented> segmentedOrder(const SearchQuery& query)
 {
     if (query.sortByFilename) return std::nullopt;
     if (query.sortByDuration) return Segmented{"s.duration", "idx_samples_visible_duration", query.durationDescending};
-    if (query.sortByBpm) return Segmented{"s.bpm", "idx_samples_visible_bpm", query.bpmDescending};
+    if (query.sortByBpm) return Segmented{"s.bpm", "idx_samples_bpm", query.bpmDescending};
     return std::nullopt;
 }
 
@@ -321,7 +344,7 @@ std::vector<std::int64_t> Database::pageIds(const SearchQuery& query) const
         order = std::string("s.filename COLLATE NOCASE") + d + ", s.id" + d;
         if (walks(query)) walkIndex = "idx_samples_visible_name";
     }
-    Matches m = matches(query, onlineScope(state.online), walkIndex);
+    Matches m = matches(query, onlineScope(state.online), walkIndex, storedKeys());
     m.params.insert(m.params.end(), orderParams.begin(), orderParams.end());
     return readIds(_db.get(), "SELECT s.id FROM " + m.from + m.where + " ORDER BY " + order + window.sql(), m.params);
 }
@@ -335,7 +358,7 @@ std::vector<std::int64_t> Database::segmentedPageIds(const SearchQuery& query) c
     const char* walkIndex = walks(query) ? order.index : nullptr;
     const std::string column = order.column;
 
-    Matches with = matches(query, onlineScope(state.online), walkIndex);
+    Matches with = matches(query, onlineScope(state.online), walkIndex, storedKeys());
     with.where += " AND " + column + " IS NOT NULL";
     std::vector<std::int64_t> ids = readIds(db,
                                             "SELECT s.id FROM " + with.from + with.where + " ORDER BY " + column
@@ -348,7 +371,8 @@ std::vector<std::int64_t> Database::segmentedPageIds(const SearchQuery& query) c
     // the page starts beyond them all.
     Window rest{0, window.limit < 0 ? -1 : window.limit - static_cast<std::int64_t>(ids.size())};
     if (ids.empty() && window.offset > 0) rest.offset = window.offset - countWithValue(query, column);
-    Matches without = matches(query, onlineScope(state.online), walkIndex);
+    Matches without = matches(query, onlineScope(state.online), walkIndex ? "idx_samples_visible_name" : nullptr,
+                              storedKeys());
     without.where += " AND " + column + " IS NULL";
     const auto more = readIds(db,
                               "SELECT s.id FROM " + without.from + without.where
@@ -360,7 +384,7 @@ std::vector<std::int64_t> Database::segmentedPageIds(const SearchQuery& query) c
 
 std::int64_t Database::countWithValue(const SearchQuery& query, const std::string& column) const
 {
-    Matches counted = matches(query, onlineScope(currentSearchState().online), nullptr);
+    Matches counted = matches(query, onlineScope(currentSearchState().online), nullptr, storedKeys());
     counted.where += " AND " + column + " IS NOT NULL";
     return cachedCount("SELECT count(*) FROM " + counted.from + counted.where, counted.params);
 }
@@ -407,7 +431,7 @@ std::optional<std::int64_t> Database::indexedMatchingIndex(const SearchQuery& qu
         key = "qv_filename_search_rank(s.filename,?)";
         keyParams.push_back(query.text);
     }
-    const Matches target = matches(query, onlineScope(state.online), nullptr);
+    const Matches target = matches(query, onlineScope(state.online), nullptr, storedKeys());
     Statement find(db, "SELECT s.filename," + key + " FROM " + target.from + target.where + " AND s.id=?");
     bindTexts(find, keyParams);
     bindTexts(find, target.params, static_cast<int>(keyParams.size()) + 1);
@@ -459,7 +483,7 @@ std::optional<std::int64_t> Database::indexedMatchingIndex(const SearchQuery& qu
         ahead = nameAhead(descending);
     }
 
-    const Matches counted = matches(query, onlineScope(state.online), nullptr);
+    const Matches counted = matches(query, onlineScope(state.online), nullptr, storedKeys());
     Statement count(db, "SELECT count(*) FROM " + counted.from + counted.where + " AND (" + ahead + ")");
     bindTexts(count, counted.params);
     int position = static_cast<int>(counted.params.size()) + 1;
@@ -494,7 +518,7 @@ std::vector<std::string> Database::indexedFilterValues(const char* column, const
     std::string sql = "SELECT DISTINCT " + x + " FROM samples s " + join + "WHERE " + x + " IS NOT NULL AND trim(" + x
         + ")<>''" + kVisible + countScope(state.offline);
     std::vector<std::string> params;
-    appendIndexedPredicate(query, Membership::List, sql, params);
+    appendIndexedPredicate(query, Membership::List, sql, params, storedKeys());
     // Values equal but for case come in byte order, as the reference's sort leaves them.
     sql += " ORDER BY " + x + " COLLATE NOCASE, " + x;
 

@@ -5,6 +5,7 @@
 #include "core/sample.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -27,6 +28,10 @@ struct Database::SearchState {
     std::string offline; // "(4,7)": offline library ids; empty when none
     std::string online;  // "(1,2)": every other library; "()" when none
     std::unordered_map<std::string, std::int64_t> counts; // by SQL and parameters
+    // Every distinct stored musical_key, read on first use; none when there are too many
+    // to list, and a key filter then keeps its written form.
+    std::optional<std::vector<std::string>> keys;
+    bool keysRead = false;
 };
 
 } // namespace qv

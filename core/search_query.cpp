@@ -59,7 +59,7 @@ void appendGenreTest(const std::vector<std::string>& genres, std::string& sql, s
 
 // The clauses both predicates write alike, up to and including the key.
 void appendColumnTests(const SearchQuery& query, std::string& sql, std::vector<std::string>& params,
-                       bool joinedText = false)
+                       bool joinedText = false, const std::vector<std::string>* storedKeys = nullptr)
 {
     if (query.excludeMidi) sql += " AND s.type<>'MIDI'";
     if (std::string match = ftsQuery(query.text); !match.empty()) {
@@ -81,7 +81,23 @@ void appendColumnTests(const SearchQuery& query, std::string& sql, std::vector<s
         const std::int64_t high = std::min<std::int64_t>(*query.bpm, 290) + 10;
         sql += " AND s.bpm BETWEEN " + std::to_string(low) + " AND " + std::to_string(high);
     }
-    if (!query.key.empty()) {
+    if (!query.key.empty() && storedKeys) {
+        // SQLite's lower() folds ASCII letters only, as this does.
+        const auto [first, second] = keyFilterSpellings(query.key);
+        sql += " AND s.musical_key IN (";
+        bool any = false;
+        for (const auto& stored : *storedKeys) {
+            std::string folded;
+            for (const char c : stored) {
+                if (c != ' ') folded.push_back(c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
+            }
+            if (folded != first && folded != second) continue;
+            sql += any ? ",?" : "?";
+            any = true;
+            params.push_back(stored);
+        }
+        sql += ")";
+    } else if (!query.key.empty()) {
         auto [first, second] = keyFilterSpellings(query.key);
         sql += " AND replace(lower(s.musical_key),' ','') IN (?,?)";
         params.push_back(std::move(first));
@@ -99,9 +115,9 @@ bool narrowsResults(const SearchQuery& query)
 }
 
 void appendIndexedPredicate(const SearchQuery& query, Membership membership, std::string& sql,
-                            std::vector<std::string>& params)
+                            std::vector<std::string>& params, const std::vector<std::string>* storedKeys)
 {
-    appendColumnTests(query, sql, params, membership == Membership::Joined);
+    appendColumnTests(query, sql, params, membership == Membership::Joined, storedKeys);
     std::vector<std::string> single;
     if (const auto& genres = effectiveGenres(query, single); !genres.empty()) {
         if (membership != Membership::Probe) {

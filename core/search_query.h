@@ -52,8 +52,10 @@ enum class Membership { Probe, List, Joined };
 // exclusions, which the caller writes for its own plan), selecting the same rows in
 // forms the support indexes can use: a folder as a range of paths and, for List,
 // genre and playlist membership as id lists.
+// With `storedKeys` (every distinct musical_key stored), a key filter is written as the
+// stored spellings that normalise to the filter's, which the key index can look up.
 void appendIndexedPredicate(const SearchQuery& query, Membership membership, std::string& sql,
-                            std::vector<std::string>& params);
+                            std::vector<std::string>& params, const std::vector<std::string>* storedKeys = nullptr);
 
 // False when only the visibility terms apply, so every visible sample matches.
 bool narrowsResults(const SearchQuery& query);

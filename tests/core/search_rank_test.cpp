@@ -149,3 +149,17 @@ TEST(FilenameSearchRank, SqlFunctionTreatsNullAsNoMatch)
 }
 
 } // namespace
+
+// Query tokens are kept between calls with the same text; a different text, or one that
+// only shares a prefix with the last, must not reuse them.
+TEST(FilenameSearchRank, AlternatingQueriesEachGetTheirOwnTokens)
+{
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(qv::filenameSearchRank("Kick 01.wav", "kick"), 100000 + 1);
+        EXPECT_EQ(qv::filenameSearchRank("Kick 01.wav", "kick 0"), 400000);
+        EXPECT_EQ(qv::filenameSearchRank("snare kick.wav", "kick snare"), 300000);
+        EXPECT_EQ(qv::filenameSearchRank("snare kick.wav", "kick snare kick"), qv::kNoMatchRank);
+        EXPECT_EQ(qv::filenameSearchRank("Kick.wav", ""), qv::kNoMatchRank);
+        EXPECT_EQ(qv::filenameSearchRank("Kick.wav", "KICK"), 0);
+    }
+}
