@@ -103,11 +103,6 @@ std::int64_t scalar(sqlite3* db, const std::string& sql)
     return st.columnInt64(0);
 }
 
-bool hasIdList(const SearchQuery& query)
-{
-    return !searchTokens(query.text).empty() || !query.genres.empty() || !query.genre.empty() || query.playlistId;
-}
-
 // The index to drive a query from when its matches are too rare to walk an ordered
 // index for. Without statistics SQLite often prefers the type index, whichever filter
 // is the narrow one. A query with text is driven from the full-text table itself.
