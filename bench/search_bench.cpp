@@ -9,7 +9,7 @@
 // page and the position. Also times the filter value lists under a folder scope, the
 // one-time build of the support indexes and the size per sample.
 //
-//   search_bench [--db FILE] [--records N] [--reps N]
+//   search_bench [--db FILE] [--records N] [--reps N] [--only TEXT]
 //
 // The database is generated once (without audio) and reused: by default
 // bench-data/search-<N>.db next to this executable.
@@ -40,6 +40,7 @@ struct Options {
     fs::path db;
     std::uint64_t records = 1000000;
     int reps = 10;
+    std::string only; // run just the cases whose name contains this
 };
 
 struct Case {
@@ -95,6 +96,7 @@ Options parse(int argc, char** argv)
         if (arg == "--db") options.db = value();
         else if (arg == "--records") options.records = std::stoull(value());
         else if (arg == "--reps") options.reps = std::max(1, std::stoi(value()));
+        else if (arg == "--only") options.only = value();
         else throw std::runtime_error("unknown argument " + arg);
     }
     if (options.db.empty()) {
@@ -240,6 +242,7 @@ int main(int argc, char** argv)
         std::printf("%-24s %8s | %9s %9s | %8s %8s | %7s | %8s\n", "query", "matches", "ref p50", "ref p95",
                     "idx p50", "idx p95", "ratio", "warm p95");
         for (const Case& c : cases(db, raw)) {
+            if (c.name.find(options.only) == std::string::npos) continue;
             const bool sorted = hasSort(c.query);
             db.setSearchPlan(qv::SearchPlan::Reference);
             const std::int64_t matches = db.countMatching(c.query);

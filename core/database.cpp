@@ -90,6 +90,86 @@ void Database::createSupportIndexes(const OpenProgress& progress)
 
 Database::~Database() = default;
 
+namespace {
+
+// A group closes after this many writes or this long after it began, whichever comes
+// first: long enough that a scan writes each hot page once per group, short enough that
+// other connections see a scan's progress and a crash costs little.
+constexpr int kGroupWrites = 256;
+constexpr auto kGroupTime = std::chrono::milliseconds(250);
+
+} // namespace
+
+Database::ScanBatch::ScanBatch(Database& db)
+    : _db(db)
+{
+    std::lock_guard lock(_db._mutex);
+    ++_db._group.batches;
+}
+
+Database::ScanBatch::~ScanBatch()
+{
+    if (_finished) return;
+    std::lock_guard lock(_db._mutex);
+    if (--_db._group.batches > 0) return;
+    try {
+        _db.commitScanGroup();
+    } catch (const std::exception&) {
+        // Leaving after a failure: that failure is the one reported.
+    }
+}
+
+void Database::ScanBatch::finish()
+{
+    std::lock_guard lock(_db._mutex);
+    _finished = true;
+    if (--_db._group.batches == 0) _db.commitScanGroup();
+}
+
+std::unique_lock<std::mutex> Database::settledLock() const
+{
+    std::unique_lock lock(_mutex);
+    commitScanGroup();
+    return lock;
+}
+
+void Database::commitScanGroup() const
+{
+    if (!_group.open) return;
+    _group.open = false;
+    sqlite3* db = _db.get();
+    // An I/O or full-disk error may already have rolled the group back.
+    if (sqlite3_get_autocommit(db)) return;
+    if (sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        const std::string message = sqlite3_errmsg(db);
+        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+        throw std::runtime_error(message);
+    }
+}
+
+void Database::beginGroupedWrite()
+{
+    if (_group.batches == 0 || _group.open) return;
+    execute(_db.get(), "BEGIN IMMEDIATE");
+    _group.open = true;
+    _group.writes = 0;
+    _group.began = std::chrono::steady_clock::now();
+}
+
+void Database::endGroupedWrite()
+{
+    if (_group.open) ++_group.writes;
+    commitScanGroupWhenDue();
+}
+
+void Database::commitScanGroupWhenDue() const
+{
+    if (_group.open
+        && (_group.writes >= kGroupWrites || std::chrono::steady_clock::now() - _group.began >= kGroupTime)) {
+        commitScanGroup();
+    }
+}
+
 int Database::exec(const char* sql)
 {
     execute(_db.get(), sql);

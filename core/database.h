@@ -16,6 +16,7 @@
 #include "core/search_query.h"
 #include "core/statement.h"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -67,6 +68,26 @@ public:
 
     int exec(const char* sql);
     void migrate();
+
+    // Groups the scanner's writes (upsert, relinkMovedSample) into short transactions, so
+    // that a scan commits a few times a second instead of once per file. Any other call
+    // commits the open group before it runs: a user's edit never waits behind it and is
+    // never held back with it. What is pending is committed by finish() or, after a
+    // failure, by the destructor; a crash loses at most the last group, which the next
+    // scan finds again.
+    class ScanBatch {
+    public:
+        explicit ScanBatch(Database& db);
+        ~ScanBatch();
+        ScanBatch(const ScanBatch&) = delete;
+        ScanBatch& operator=(const ScanBatch&) = delete;
+
+        void finish(); // commits what is pending; throws when the commit fails
+
+    private:
+        Database& _db;
+        bool _finished = false;
+    };
 
     // Libraries and sample records.
     std::int64_t addLibrary(const std::filesystem::path& path);
@@ -123,6 +144,13 @@ private:
 
     void backupBeforeVersion5();
 
+    // The mutex, with any open scan group committed first.
+    std::unique_lock<std::mutex> settledLock() const;
+    void commitScanGroup() const;
+    void commitScanGroupWhenDue() const; // a rescan writes rarely but reads every file
+    void beginGroupedWrite();
+    void endGroupedWrite();
+
     struct SearchState;
 
     void createSupportIndexes(const OpenProgress& progress);
@@ -157,6 +185,14 @@ private:
     std::unique_ptr<SearchState> _search;
     // Declared after the connection so that it is finalized before the connection closes.
     mutable StatementCache _statements;
+
+    struct ScanGroup {
+        int batches = 0; // ScanBatch objects alive
+        bool open = false;
+        int writes = 0;
+        std::chrono::steady_clock::time_point began;
+    };
+    mutable ScanGroup _group;
 };
 
 } // namespace qv

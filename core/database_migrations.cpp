@@ -86,7 +86,7 @@ const std::array<const char*, kCurrentVersion> kScripts = {
 
 void Database::migrate()
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     exec(schema::kVersionTable);
 
     int version = 0;

@@ -29,7 +29,7 @@ bool vanished(const std::string& path)
 
 std::int64_t Database::addLibrary(const std::filesystem::path& path)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(),
                  "INSERT INTO libraries(path) VALUES(?) ON CONFLICT(path) DO UPDATE SET last_scanned_at=unixepoch() "
                  "RETURNING id");
@@ -40,7 +40,7 @@ std::int64_t Database::addLibrary(const std::filesystem::path& path)
 
 void Database::setLibraryAvailable(const std::filesystem::path& path, bool available)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(), available ? "DELETE FROM app_metadata WHERE key=?"
                                       : "INSERT INTO app_metadata(key,value) VALUES(?,'1') ON CONFLICT(key) DO "
                                         "UPDATE SET value='1'");
@@ -51,6 +51,7 @@ void Database::setLibraryAvailable(const std::filesystem::path& path, bool avail
 std::optional<Sample> Database::findByPath(const std::filesystem::path& path) const
 {
     std::lock_guard lock(_mutex);
+    commitScanGroupWhenDue();
     try {
         Statement st(_db.get(), _statements, "SELECT id,file_size,modified_at FROM samples WHERE path=?");
         st.bind(1, path.native());
@@ -100,7 +101,9 @@ std::optional<std::filesystem::path> Database::relinkMovedSample(std::int64_t li
     update.bind(1, newPath.native());
     update.bind(2, filename);
     update.bind(3, *candidateId);
+    beginGroupedWrite();
     update.stepDone();
+    endGroupedWrite();
     return std::filesystem::path(candidatePath);
 }
 
@@ -108,12 +111,14 @@ void Database::upsert(const Sample& sample, std::int64_t libraryId)
 {
     std::lock_guard lock(_mutex);
     sqlite3* db = _db.get();
+    beginGroupedWrite();
     // One commit instead of four: the record, its genre rows and its display genre. A
     // savepoint nests inside a caller's transaction as well.
     execute(db, "SAVEPOINT qv_upsert");
     try {
         upsertLocked(sample, libraryId);
         execute(db, "RELEASE qv_upsert");
+        endGroupedWrite();
     } catch (...) {
         try {
             execute(db, "ROLLBACK TO qv_upsert; RELEASE qv_upsert");
@@ -184,7 +189,7 @@ void Database::upsertLocked(const Sample& sample, std::int64_t libraryId)
 void Database::removeMissing(std::int64_t libraryId, const std::vector<std::string>& seenPaths,
                              std::uint64_t& removed)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     removed = 0;
     const std::unordered_set<std::string_view> seen(seenPaths.begin(), seenPaths.end());
 
@@ -211,7 +216,7 @@ void Database::removeMissing(std::int64_t libraryId, const std::vector<std::stri
 
 std::vector<Library> Database::libraries() const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     std::vector<Library> result;
     try {
         Statement st(_db.get(),
@@ -229,7 +234,7 @@ std::vector<Library> Database::libraries() const
 
 void Database::setLibraryDisplayLabel(std::int64_t libraryId, const std::string& label)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     if (label.empty()) {
         Statement st(_db.get(), "DELETE FROM app_metadata WHERE key='library_label:'||?");
         st.bind(1, libraryId);
@@ -246,7 +251,7 @@ void Database::setLibraryDisplayLabel(std::int64_t libraryId, const std::string&
 
 void Database::removeLibrary(std::int64_t libraryId)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(), "DELETE FROM libraries WHERE id=?");
     st.bind(1, libraryId);
     st.stepDone();
@@ -254,7 +259,7 @@ void Database::removeLibrary(std::int64_t libraryId)
 
 std::vector<IndexedPath> Database::indexedPaths() const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     std::vector<IndexedPath> result;
     try {
         Statement st(_db.get(),
@@ -270,7 +275,7 @@ std::vector<IndexedPath> Database::indexedPaths() const
 
 bool Database::hasSample(std::int64_t sampleId) const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     try {
         Statement st(_db.get(), "SELECT 1 FROM samples WHERE id=?");
         st.bind(1, sampleId);
@@ -282,7 +287,7 @@ bool Database::hasSample(std::int64_t sampleId) const
 
 std::int64_t Database::countSamples() const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     try {
         Statement st(_db.get(), "SELECT count(*) FROM samples WHERE substr(filename,1,2)<>'._'");
         return st.step() ? st.columnInt64(0) : 0;
@@ -293,7 +298,7 @@ std::int64_t Database::countSamples() const
 
 int Database::parserRevision() const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     std::string text;
     try {
         Statement st(_db.get(), "SELECT value FROM app_metadata WHERE key='parser_revision'");
@@ -308,7 +313,7 @@ int Database::parserRevision() const
 
 void Database::setParserRevision(int revision)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(),
                  "INSERT INTO app_metadata(key,value) VALUES('parser_revision',?) ON CONFLICT(key) DO UPDATE SET "
                  "value=excluded.value");

@@ -187,7 +187,7 @@ std::vector<std::int64_t> readIds(sqlite3* db, const std::string& sql, const std
 
 void Database::setSearchPlan(SearchPlan plan)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     _searchPlan = plan;
     *_search = SearchState{}; // nothing remembered across a switch
 }
@@ -283,7 +283,7 @@ std::int64_t Database::countMatchingLocked(const SearchQuery& query) const
 
 std::int64_t Database::countMatching(const SearchQuery& query) const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     return countMatchingLocked(query);
 }
 
@@ -402,7 +402,7 @@ std::vector<Sample> Database::indexedSearch(const SearchQuery& query) const
 
 std::vector<Sample> Database::search(const SearchQuery& query) const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     return _searchPlan == SearchPlan::Reference ? referenceSearch(query) : indexedSearch(query);
 }
 
@@ -498,7 +498,7 @@ std::optional<std::int64_t> Database::indexedMatchingIndex(const SearchQuery& qu
 
 std::optional<std::int64_t> Database::matchingIndex(const SearchQuery& query, std::int64_t sampleId) const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     if (_searchPlan == SearchPlan::Reference) return referenceMatchingIndex(query, sampleId);
     return indexedMatchingIndex(query, sampleId);
 }
@@ -529,7 +529,7 @@ std::vector<std::string> Database::indexedFilterValues(const char* column, const
 
 std::vector<std::string> Database::distinctFilterValues(const std::string& field, const SearchQuery& query) const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     const char* column = nullptr;
     const char* join = "";
     if (field == "instrument") {

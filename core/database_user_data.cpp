@@ -66,7 +66,7 @@ void overrideBelowFolder(sqlite3* db, const std::string& sql, const std::optiona
 
 void Database::setFavorite(std::int64_t sampleId, bool favorite)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(), "UPDATE samples SET favorite=? WHERE id=?");
     st.bind(1, favorite ? 1 : 0);
     st.bind(2, sampleId);
@@ -75,7 +75,7 @@ void Database::setFavorite(std::int64_t sampleId, bool favorite)
 
 bool Database::isFavorite(std::int64_t sampleId) const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     try {
         Statement st(_db.get(), "SELECT favorite FROM samples WHERE id=?");
         st.bind(1, sampleId);
@@ -88,7 +88,7 @@ bool Database::isFavorite(std::int64_t sampleId) const
 void Database::setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::optional<SampleType> type)
 {
     if (sampleIds.empty()) return;
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     if (type == SampleType::MIDI) {
         // Checked before anything changes, so a refusal leaves every sample as it was.
         Statement st(_db.get(), "SELECT path FROM samples WHERE id=?");
@@ -125,7 +125,7 @@ void Database::setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::
 void Database::setFolderTypeOverride(const std::filesystem::path& folder, std::optional<SampleType> type)
 {
     if (type == SampleType::MIDI) throw std::runtime_error("Folder type override cannot mark audio as MIDI");
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     overrideBelowFolder(_db.get(),
                         std::string("UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),"
                                     "type_override_source=? WHERE ")
@@ -136,7 +136,7 @@ void Database::setFolderTypeOverride(const std::filesystem::path& folder, std::o
 void Database::setFolderInstrumentOverride(const std::filesystem::path& folder,
                                            const std::optional<std::string>& instrument)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     overrideBelowFolder(_db.get(),
                         std::string("UPDATE samples SET user_instrument_override=?,instrument=coalesce(?,"
                                     "auto_instrument),instrument_override_source=? WHERE ")
@@ -147,7 +147,7 @@ void Database::setFolderInstrumentOverride(const std::filesystem::path& folder,
 void Database::setFolderGenreOverride(const std::filesystem::path& folder, const std::string& genre, bool add)
 {
     if (genre.empty()) return;
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Transaction transaction(_db.get());
     {
         Statement change(_db.get(),
@@ -179,7 +179,7 @@ void Database::setFolderGenreOverride(const std::filesystem::path& folder, const
 
 std::int64_t Database::countFolderSamples(const std::filesystem::path& folder, bool includeMidi) const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     SearchQuery query;
     query.folder = folder.string();
     query.excludeMidi = !includeMidi;
@@ -188,7 +188,7 @@ std::int64_t Database::countFolderSamples(const std::filesystem::path& folder, b
 
 std::vector<Playlist> Database::playlists() const
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     std::vector<Playlist> result;
     try {
         Statement st(_db.get(),
@@ -206,7 +206,7 @@ std::int64_t Database::createPlaylist(const std::string& name)
 {
     const std::string trimmed = trimmedName(name);
     if (trimmed.empty()) throw std::runtime_error("Playlist name cannot be empty");
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(), "INSERT INTO playlists(name) VALUES(?) RETURNING id");
     st.bind(1, trimmed);
     if (st.stepRaw() == SQLITE_ROW) return st.columnInt64(0);
@@ -218,7 +218,7 @@ std::int64_t Database::createPlaylist(const std::string& name)
 
 void Database::deletePlaylist(std::int64_t playlistId)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(), "DELETE FROM playlists WHERE id=?");
     st.bind(1, playlistId);
     st.stepDone();
@@ -226,7 +226,7 @@ void Database::deletePlaylist(std::int64_t playlistId)
 
 void Database::addToPlaylist(std::int64_t playlistId, std::int64_t sampleId)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(),
                  "INSERT OR IGNORE INTO playlist_items(playlist_id,sample_id,position) VALUES(?,?,(SELECT "
                  "coalesce(max(position),-1)+1 FROM playlist_items WHERE playlist_id=?))");
@@ -238,7 +238,7 @@ void Database::addToPlaylist(std::int64_t playlistId, std::int64_t sampleId)
 
 void Database::removeFromPlaylist(std::int64_t playlistId, std::int64_t sampleId)
 {
-    std::lock_guard lock(_mutex);
+    const auto lock = settledLock();
     Statement st(_db.get(), "DELETE FROM playlist_items WHERE playlist_id=? AND sample_id=?");
     st.bind(1, playlistId);
     st.bind(2, sampleId);

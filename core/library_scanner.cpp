@@ -64,6 +64,7 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
     std::vector<std::string> seen;
 
     std::error_code ec;
+    Database::ScanBatch batch(db);
     fs::recursive_directory_iterator walk(canonicalRoot, ec);
     if (ec) fail("Cannot read library: " + ec.message());
 
@@ -118,6 +119,7 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
 
         if (progress) progress(seen.size(), path);
     }
+    batch.finish();
     if (ec) fail("Scan incomplete; old entries preserved: " + ec.message());
 
     if (!isDirectory(canonicalRoot)) {

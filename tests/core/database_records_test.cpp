@@ -119,6 +119,44 @@ TEST_F(DatabaseRecords, UpsertStoresEveryFieldAndFindByPathReturnsTheIdentity)
               "nullnull|"); // empty instrument is stored as text, not NULL
 }
 
+// A scan's writes reach other connections in groups; anything else the application does
+// commits the open group first, and a user's edit is on disk when its call returns.
+TEST_F(DatabaseRecords, ScanBatchGroupsWritesButNeverHoldsBackOtherWork)
+{
+    const auto lib = _db.addLibrary(_root);
+    const auto stored = [&] { return _raw.integer("SELECT count(*) FROM samples"); };
+    {
+        qv::Database::ScanBatch batch(_db);
+        _db.upsert(sample("a.wav"), lib);
+        EXPECT_EQ(stored(), 0);
+        EXPECT_EQ(_db.countSamples(), 1); // commits the group
+        EXPECT_EQ(stored(), 1);
+
+        _db.upsert(sample("b.wav"), lib);
+        _db.setFavorite(idOf((_root / "b.wav").string()), true);
+        EXPECT_EQ(_raw.integer("SELECT count(*) FROM samples WHERE favorite=1"), 1);
+
+        _db.upsert(sample("c.wav"), lib);
+        batch.finish();
+        EXPECT_EQ(stored(), 3);
+    }
+
+    // A long scan shows its progress without anything else running, and a scan that
+    // fails keeps what it wrote.
+    try {
+        qv::Database::ScanBatch batch(_db);
+        for (int i = 0; i < 300; ++i) _db.upsert(sample("long/" + std::to_string(i) + ".wav"), lib);
+        EXPECT_GE(stored(), 3 + 256);
+        throw std::runtime_error("drive gone");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(stored(), 303);
+
+    // After the batch, writes commit one by one again.
+    _db.upsert(sample("d.wav"), lib);
+    EXPECT_EQ(stored(), 304);
+}
+
 // A re-scan replaces what indexing inferred and keeps what the user decided.
 TEST_F(DatabaseRecords, RescanKeepsFavouriteOverridesAndFolderGenres)
 {
