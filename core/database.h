@@ -169,9 +169,15 @@ private:
     std::int64_t indexedCountMatching(const SearchQuery& query) const;
     const std::vector<std::string>* storedKeys() const;
     std::int64_t cachedCount(const std::string& sql, const std::vector<std::string>& params) const;
+    const std::vector<std::int64_t>& excludedIds() const;
+    bool looksUp(std::size_t matches) const;
+    const std::vector<std::int64_t>& fullTextMatches(const std::string& sql,
+                                                     const std::vector<std::string>& params) const;
+    std::int64_t listedCount(const std::string& sql, const std::vector<std::string>& params) const;
     std::vector<std::int64_t> pageIds(const SearchQuery& query) const;
     bool walks(const SearchQuery& query) const;
     std::vector<std::int64_t> segmentedPageIds(const SearchQuery& query) const;
+    std::optional<std::vector<std::int64_t>> tempoPageIds(const SearchQuery& query) const;
     std::int64_t countWithValue(const SearchQuery& query, const std::string& column) const;
     std::vector<Sample> indexedSearch(const SearchQuery& query) const;
     std::optional<std::int64_t> indexedMatchingIndex(const SearchQuery& query, std::int64_t sampleId) const;

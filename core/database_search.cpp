@@ -23,6 +23,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 
 namespace qv {
@@ -103,6 +105,11 @@ std::int64_t scalar(sqlite3* db, const std::string& sql)
     return st.columnInt64(0);
 }
 
+// The visible rows by id with their name and library: rows reached by id, from the
+// full-text table or a membership list, are tested (and ranked) from this narrow copy
+// instead of the table.
+constexpr const char* kById = "idx_samples_visible_id";
+
 // The index to drive a query from when its matches are too rare to walk an ordered
 // index for. Without statistics SQLite often prefers the type index, whichever filter
 // is the narrow one. A query with text is driven from the full-text table itself.
@@ -111,7 +118,9 @@ const char* drivingIndex(const SearchQuery& query, bool keysListed)
     if (!query.folder.empty()) return nullptr; // SQLite takes the path index itself
     if (!query.key.empty() && keysListed) return "idx_samples_key";
     if (query.favoritesOnly) return "idx_samples_visible_favorite";
-    if (query.bpm && searchTokens(query.text).empty()) return "idx_samples_bpm";
+    const bool text = !searchTokens(query.text).empty();
+    if (query.bpm && !text) return "idx_samples_visible_bpm";
+    if (text || query.playlistId || !query.genres.empty() || !query.genre.empty()) return kById;
     return nullptr;
 }
 
@@ -131,7 +140,7 @@ Matches matches(const SearchQuery& query, const std::string& scope, const char* 
     Matches m;
     const char* index = walkIndex ? walkIndex : drivingIndex(query, keys != nullptr);
     Membership membership = walkIndex ? Membership::Probe : Membership::List;
-    if (!walkIndex && !index && !searchTokens(query.text).empty()) {
+    if (!walkIndex && index == kById && !searchTokens(query.text).empty()) {
         membership = Membership::Joined;
         m.from = "sample_search f CROSS JOIN ";
     }
@@ -141,6 +150,16 @@ Matches matches(const SearchQuery& query, const std::string& scope, const char* 
     m.where = std::string(" WHERE 1=1") + kVisible + scope;
     appendIndexedPredicate(query, membership, m.where, m.params, keys);
     return m;
+}
+
+std::string literalList(const std::vector<std::int64_t>& ids)
+{
+    std::string list = "(";
+    for (const std::int64_t id : ids) {
+        if (list.size() > 1) list += ',';
+        list += std::to_string(id);
+    }
+    return list + ")";
 }
 
 std::string onlineScope(const std::string& online)
@@ -173,6 +192,19 @@ Window windowOf(const SearchQuery& query)
 {
     return {std::max<std::int64_t>(query.offset, 0), query.limit < 0 ? -1 : query.limit};
 }
+
+// A number SQLite stored, written back so that SQLite reads the same value.
+std::string numberLiteral(sqlite3_value* value)
+{
+    if (sqlite3_value_type(value) == SQLITE_INTEGER) return std::to_string(sqlite3_value_int64(value));
+    char text[32];
+    std::snprintf(text, sizeof text, "%.17g", sqlite3_value_double(value));
+    return text;
+}
+
+// More distinct tempos than this in the range (only stored fractions could do it) and
+// the tempo order sorts all matches instead.
+constexpr std::size_t kTempoGroups = 64;
 
 std::vector<std::int64_t> readIds(sqlite3* db, const std::string& sql, const std::vector<std::string>& params)
 {
@@ -270,8 +302,97 @@ std::int64_t Database::indexedCountMatching(const SearchQuery& query) const
         _search->counts.emplace(key, count);
         return count;
     }
+    std::string listed;
+    std::vector<std::string> listParams;
+    if (fullTextIds(query, listed, listParams)) return listedCount(listed, listParams);
     const Matches m = matches(query, countScope(state.offline), nullptr, storedKeys());
     return cachedCount("SELECT count(*) FROM " + m.from + m.where, m.params);
+}
+
+// Every id the count leaves out (hidden rows, and the rows of offline libraries or of
+// none when a library is offline), sorted; read once per state of the file.
+const std::vector<std::int64_t>& Database::excludedIds() const
+{
+    SearchState& state = currentSearchState();
+    if (!state.excluded) {
+        sqlite3* db = _db.get();
+        std::vector<std::int64_t> ids = readIds(
+            db, "SELECT rowid FROM samples INDEXED BY idx_samples_hidden WHERE substr(filename,1,2)='._'", {});
+        if (!state.offline.empty()) {
+            const auto offline = readIds(
+                db, "SELECT id FROM samples WHERE library_id IN " + state.offline + " OR library_id IS NULL", {});
+            ids.insert(ids.end(), offline.begin(), offline.end());
+        }
+        std::sort(ids.begin(), ids.end());
+        ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+        state.excluded = std::move(ids);
+    }
+    return *state.excluded;
+}
+
+// Fewer matches than this cost less to look up than counting what they leave out.
+constexpr std::size_t kAlwaysLookedUp = 1000;
+
+// Whether full-text matches are few enough to look up by id, rather than counting them
+// by subtracting the excluded ids (a lookup costs several times a step through a list)
+// and ranking them after reading the full-text table again.
+bool Database::looksUp(std::size_t matches) const
+{
+    if (matches <= kAlwaysLookedUp) return true;
+    SearchState& state = currentSearchState();
+    if (!state.excludedCount) {
+        sqlite3* db = _db.get();
+        std::int64_t count =
+            scalar(db, "SELECT count(*) FROM samples INDEXED BY idx_samples_hidden WHERE substr(filename,1,2)='._'");
+        if (!state.offline.empty()) {
+            count += scalar(db, "SELECT count(*) FROM samples WHERE library_id IN " + state.offline
+                                    + " OR library_id IS NULL");
+        }
+        state.excludedCount = count;
+    }
+    return static_cast<std::int64_t>(matches) * 8 <= *state.excludedCount;
+}
+
+// The ids of the full-text matches of the last text asked for, sorted.
+const std::vector<std::int64_t>& Database::fullTextMatches(const std::string& sql,
+                                                          const std::vector<std::string>& params) const
+{
+    SearchState& state = currentSearchState();
+    std::string key = sql;
+    for (const auto& param : params) key += '\0' + param;
+    if (state.fullTextKey != key) {
+        state.fullTextIds = readIds(_db.get(), sql, params);
+        std::sort(state.fullTextIds.begin(), state.fullTextIds.end());
+        state.fullTextKey = std::move(key);
+    }
+    return state.fullTextIds;
+}
+
+// The count of a query that narrows by its text alone: few matches are looked up by
+// id, many are counted as the full-text ids less those the count leaves out, without
+// reading a row.
+std::int64_t Database::listedCount(const std::string& sql, const std::vector<std::string>& params) const
+{
+    std::string key = "listed " + sql;
+    for (const auto& param : params) key += '\0' + std::to_string(param.size()) + ':' + param;
+    auto& counts = _search->counts;
+    if (const auto it = counts.find(key); it != counts.end()) return it->second;
+    const auto& ids = fullTextMatches(sql, params);
+    std::int64_t count = static_cast<std::int64_t>(ids.size());
+    if (!ids.empty() && looksUp(ids.size())) {
+        count = scalar(_db.get(), "SELECT count(*) FROM samples s INDEXED BY " + std::string(kById) + " WHERE s.id IN "
+                           + literalList(ids) + kVisible + countScope(currentSearchState().offline));
+    } else {
+        const auto& excluded = excludedIds();
+        auto skip = excluded.begin();
+        for (const std::int64_t id : ids) {
+            skip = std::lower_bound(skip, excluded.end(), id);
+            if (skip == excluded.end()) break;
+            if (*skip == id) --count;
+        }
+    }
+    counts.emplace(std::move(key), count);
+    return count;
 }
 
 std::int64_t Database::countMatchingLocked(const SearchQuery& query) const
@@ -328,12 +449,28 @@ std::vector<std::int64_t> Database::pageIds(const SearchQuery& query) const
     if (window.limit == 0) return {};
     if (segmentedOrder(query)) return segmentedPageIds(query);
 
+    if (query.bpm && !query.sortByFilename && searchTokens(query.text).empty() && walks(query)) {
+        if (auto ids = tempoPageIds(query)) return *ids;
+    }
+
     std::vector<std::string> orderParams;
     std::string order;
     const char* walkIndex = nullptr;
     if (rankedByText(query) || (query.bpm && !query.sortByFilename)) {
         // Every match is ranked or measured against the tempo: nothing to walk.
         order = searchOrder(query, orderParams);
+        std::string listed;
+        std::vector<std::string> listParams;
+        if (fullTextIds(query, listed, listParams)) {
+            if (const auto& ids = fullTextMatches(listed, listParams); looksUp(ids.size())) {
+                if (ids.empty()) return {};
+                return readIds(_db.get(),
+                               "SELECT s.id FROM samples s INDEXED BY " + std::string(kById) + " WHERE s.id IN "
+                                   + literalList(ids) + kVisible + onlineScope(state.online) + " ORDER BY " + order
+                                   + window.sql(),
+                               orderParams);
+            }
+        }
     } else {
         const char* d = query.sortByFilename && query.filenameDescending ? " DESC" : "";
         order = std::string("s.filename COLLATE NOCASE") + d + ", s.id" + d;
@@ -374,6 +511,73 @@ std::vector<std::int64_t> Database::segmentedPageIds(const SearchQuery& query) c
                                   + " ORDER BY s.filename COLLATE NOCASE, s.id" + rest.sql(),
                               without.params);
     ids.insert(ids.end(), more.begin(), more.end());
+    return ids;
+}
+
+// Closest tempo first: the stored tempos of the range, grouped by their distance to the
+// target, and each group's matches by name from the tempo index. Only the groups up to
+// the page's end are read; empty when the range holds too many distinct tempos.
+std::optional<std::vector<std::int64_t>> Database::tempoPageIds(const SearchQuery& query) const
+{
+    sqlite3* db = _db.get();
+    const std::int64_t target = *query.bpm;
+    const std::int64_t low = std::max<std::int64_t>(target, 30) - 10;
+    const std::int64_t high = std::min<std::int64_t>(target, 290) + 10;
+    const std::string range = " AND s.bpm BETWEEN " + std::to_string(low) + " AND " + std::to_string(high);
+
+    // Distinct tempos by skipping through the index, one lookup each.
+    struct Tempo {
+        double distance;
+        std::string literal;
+    };
+    std::vector<Tempo> tempos;
+    {
+        const std::string following = "SELECT min(s.bpm) FROM samples s WHERE s.bpm>? AND s.bpm<=" + std::to_string(high);
+        Statement first(db, "SELECT min(s.bpm) FROM samples s WHERE 1=1" + range);
+        bool more = first.step() && !first.isNull(0);
+        std::optional<Value> last;
+        if (more) last.emplace(sqlite3_column_value(first.handle(), 0));
+        while (more) {
+            if (tempos.size() == kTempoGroups) return std::nullopt;
+            const double value = sqlite3_value_double(last->get());
+            // abs(s.bpm-target) as SQLite computes it: integer when the tempo is one.
+            const double distance = sqlite3_value_type(last->get()) == SQLITE_INTEGER
+                ? static_cast<double>(std::llabs(sqlite3_value_int64(last->get()) - target))
+                : std::fabs(value - static_cast<double>(target));
+            tempos.push_back({distance, numberLiteral(last->get())});
+            Statement next(db, following);
+            sqlite3_bind_value(next.handle(), 1, last->get());
+            more = next.step() && !next.isNull(0);
+            if (more) last.emplace(sqlite3_column_value(next.handle(), 0));
+        }
+    }
+    std::stable_sort(tempos.begin(), tempos.end(), [](const Tempo& a, const Tempo& b) { return a.distance < b.distance; });
+
+    const SearchState& state = currentSearchState();
+    const Matches m = matches(query, onlineScope(state.online), "idx_samples_visible_bpm", storedKeys());
+    const Window window = windowOf(query);
+    std::int64_t skip = window.offset;
+    std::vector<std::int64_t> ids;
+    for (std::size_t i = 0; i < tempos.size();) {
+        std::string group = " AND s.bpm IN (" + tempos[i].literal;
+        for (++i; i < tempos.size() && tempos[i].distance == tempos[i - 1].distance; ++i) group += "," + tempos[i].literal;
+        group += ")";
+        if (skip > 0) {
+            const std::int64_t inGroup = cachedCount("SELECT count(*) FROM " + m.from + m.where + group, m.params);
+            if (inGroup <= skip) {
+                skip -= inGroup;
+                continue;
+            }
+        }
+        const std::int64_t wanted = window.limit < 0 ? -1 : window.limit - static_cast<std::int64_t>(ids.size());
+        const auto more = readIds(db,
+                                  "SELECT s.id FROM " + m.from + m.where + group
+                                      + " ORDER BY s.filename COLLATE NOCASE, s.id" + Window{skip, wanted}.sql(),
+                                  m.params);
+        skip = 0;
+        ids.insert(ids.end(), more.begin(), more.end());
+        if (window.limit >= 0 && static_cast<std::int64_t>(ids.size()) >= window.limit) break;
+    }
     return ids;
 }
 

@@ -32,6 +32,10 @@ struct Database::SearchState {
     // to list, and a key filter then keeps its written form.
     std::optional<std::vector<std::string>> keys;
     bool keysRead = false;
+    std::optional<std::vector<std::int64_t>> excluded; // see Database::excludedIds
+    std::optional<std::int64_t> excludedCount;
+    std::string fullTextKey; // the last full-text statement and its parameters
+    std::vector<std::int64_t> fullTextIds;
 };
 
 } // namespace qv

@@ -107,6 +107,20 @@ void appendColumnTests(const SearchQuery& query, std::string& sql, std::vector<s
 
 } // namespace
 
+bool fullTextIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)
+{
+    std::vector<std::string> single;
+    const std::string fts = ftsQuery(query.text);
+    if (fts.empty() || !effectiveGenres(query, single).empty() || query.playlistId || query.excludeMidi
+        || !query.type.empty() || !query.instrument.empty() || query.bpm || !query.key.empty() || !query.folder.empty()
+        || query.favoritesOnly) {
+        return false;
+    }
+    sql = "SELECT rowid FROM sample_search WHERE sample_search MATCH ?";
+    params.push_back(fts);
+    return true;
+}
+
 bool narrowsResults(const SearchQuery& query)
 {
     return query.excludeMidi || !searchTokens(query.text).empty() || !query.type.empty() || !query.instrument.empty()

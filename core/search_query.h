@@ -57,6 +57,11 @@ enum class Membership { Probe, List, Joined };
 void appendIndexedPredicate(const SearchQuery& query, Membership membership, std::string& sql,
                             std::vector<std::string>& params, const std::vector<std::string>* storedKeys = nullptr);
 
+// When the query narrows by its text alone, writes a statement selecting the ids of
+// the full-text matches and returns true. Each names a stored sample: triggers keep the
+// full-text rows in step with the samples table, whichever connection writes.
+bool fullTextIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params);
+
 // False when only the visibility terms apply, so every visible sample matches.
 bool narrowsResults(const SearchQuery& query);
 

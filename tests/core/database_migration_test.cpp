@@ -63,8 +63,9 @@ TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup
         "app_metadata", "idx_playlist_items_sample", "idx_sample_genres_genre", "idx_samples_bpm",
         "idx_samples_favorite", "idx_samples_hidden", "idx_samples_instrument", "idx_samples_instrument_override",
         "idx_samples_key", "idx_samples_library", "idx_samples_path", "idx_samples_relink", "idx_samples_type",
-        "idx_samples_type_override", "idx_samples_visible_duration", "idx_samples_visible_favorite",
-        "idx_samples_visible_name", "libraries",
+        "idx_samples_type_override", "idx_samples_visible_bpm", "idx_samples_visible_duration",
+        "idx_samples_visible_favorite",
+        "idx_samples_visible_id", "idx_samples_visible_name", "libraries",
         "playlist_items", "playlists", "sample_genres", "sample_search", "sample_tags", "samples", "samples_ad",
         "samples_ai", "samples_au", "schema_version", "tags",
     };
@@ -74,6 +75,13 @@ TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup
     const auto columns = raw.column("SELECT name FROM pragma_table_info('samples') ORDER BY cid");
     EXPECT_EQ(columns.back(), "instrument_override_source");
     EXPECT_EQ(columns.size(), 22u);
+
+    // A support index an older release defined differently is rebuilt as defined now.
+    const std::string hiddenNow = raw.text("SELECT sql FROM sqlite_master WHERE name='idx_samples_hidden'");
+    raw.exec("DROP INDEX idx_samples_hidden; CREATE INDEX idx_samples_hidden ON samples(library_id) WHERE "
+             "substr(filename,1,2)='._'");
+    { qv::Database db(file); }
+    EXPECT_EQ(raw.text("SELECT sql FROM sqlite_master WHERE name='idx_samples_hidden'"), hiddenNow);
 }
 
 // Every older version: a backup exactly for 1-4 holding the old content, data carried

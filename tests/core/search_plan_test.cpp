@@ -253,6 +253,18 @@ TEST_F(SearchPlanTest, RandomQueriesGetTheSameAnswersFromBothPlans)
         case 5: _raw.exec("DELETE FROM samples WHERE id=(SELECT max(id) FROM samples WHERE filename NOT LIKE 'K%')"); break;
         }
     }
+
+    // A word that matches a few rows, in an offline library, in none, hidden or visible:
+    // a plan that looks such matches up by id must still leave the right ones out.
+    _indexed.setLibraryAvailable(offlineRoot, false);
+    _raw.exec("INSERT INTO samples(path,filename,library_id,type,file_size,modified_at) SELECT '/x/'||n||'.wav',"
+              "n||'.wav',lib,'Loop',1,1 FROM (SELECT 'Quorn offline' AS n,(SELECT max(id) FROM libraries) AS lib "
+              "UNION ALL SELECT 'Quorn nowhere',NULL UNION ALL SELECT '._Quorn hidden',(SELECT min(id) FROM "
+              "libraries) UNION ALL SELECT 'Quorn shown',(SELECT min(id) FROM libraries))");
+    for (const char* text : {"quorn", "Quorn offline", "quorn nowhere", "QUORN hidden", "quorn shown"}) {
+        compare({.text = text, .limit = 5}, random);
+        if (HasFatalFailure()) return;
+    }
 }
 
 // The written ORDER BY leaves values equal but for case ("Kick", "kick") in whatever
