@@ -120,7 +120,11 @@ const char* drivingIndex(const SearchQuery& query, bool keysListed)
     if (query.favoritesOnly) return "idx_samples_visible_favorite";
     const bool text = !searchTokens(query.text).empty();
     if (query.bpm && !text) return "idx_samples_visible_bpm";
-    if (text || query.playlistId || !query.genres.empty() || !query.genre.empty()) return kById;
+    // Only when no test needs a column the narrow copy lacks; else it costs a second
+    // lookup per row.
+    const bool columnTests = query.excludeMidi || !query.type.empty() || !query.instrument.empty() || query.bpm
+        || !query.key.empty() || query.favoritesOnly;
+    if (!columnTests && (text || query.playlistId || !query.genres.empty() || !query.genre.empty())) return kById;
     return nullptr;
 }
 
