@@ -197,6 +197,24 @@ Window windowOf(const SearchQuery& query)
     return {std::max<std::int64_t>(query.offset, 0), query.limit < 0 ? -1 : query.limit};
 }
 
+// The hidden rows, from their own index.
+constexpr const char* kHiddenRows = " FROM samples INDEXED BY idx_samples_hidden WHERE substr(filename,1,2)='._'";
+
+// Rows the count leaves out for their library when a library is offline: NOT IN gives
+// NULL for a sample without a library, which hides it too.
+std::string outsideCountScope(const std::string& offline)
+{
+    return "(library_id IN " + offline + " OR library_id IS NULL)";
+}
+
+// A statement and its parameters as one cache key, unambiguous whatever the texts hold.
+std::string cacheKey(const std::string& sql, const std::vector<std::string>& params)
+{
+    std::string key = sql;
+    for (const auto& param : params) key += '\0' + std::to_string(param.size()) + ':' + param;
+    return key;
+}
+
 // A number SQLite stored, written back so that SQLite reads the same value.
 std::string numberLiteral(sqlite3_value* value)
 {
@@ -272,8 +290,7 @@ const std::vector<std::string>* Database::storedKeys() const
 
 std::int64_t Database::cachedCount(const std::string& sql, const std::vector<std::string>& params) const
 {
-    std::string key = sql;
-    for (const auto& param : params) key += '\0' + std::to_string(param.size()) + ':' + param;
+    std::string key = cacheKey(sql, params);
     auto& counts = _search->counts;
     if (const auto it = counts.find(key); it != counts.end()) return it->second;
     Statement st(_db.get(), sql);
@@ -294,14 +311,11 @@ std::int64_t Database::indexedCountMatching(const SearchQuery& query) const
         constexpr const char* key = "visible samples";
         if (const auto it = _search->counts.find(key); it != _search->counts.end()) return it->second;
         std::int64_t count = scalar(db, "SELECT count(*) FROM samples")
-            - scalar(db, "SELECT count(*) FROM samples INDEXED BY idx_samples_hidden WHERE substr(filename,1,2)='._'");
+            - scalar(db, std::string("SELECT count(*)") + kHiddenRows);
         if (!state.offline.empty()) {
-            // NOT IN gives NULL for a sample without a library, which hides it too.
-            const std::string outside = "(library_id IN " + state.offline + " OR library_id IS NULL)";
             count -= scalar(db, "SELECT count(*) FROM samples WHERE library_id IN " + state.offline)
                 + scalar(db, "SELECT count(*) FROM samples WHERE library_id IS NULL")
-                - scalar(db, "SELECT count(*) FROM samples INDEXED BY idx_samples_hidden WHERE "
-                                 "substr(filename,1,2)='._' AND " + outside);
+                - scalar(db, std::string("SELECT count(*)") + kHiddenRows + " AND " + outsideCountScope(state.offline));
         }
         _search->counts.emplace(key, count);
         return count;
@@ -320,11 +334,9 @@ const std::vector<std::int64_t>& Database::excludedIds() const
     SearchState& state = currentSearchState();
     if (!state.excluded) {
         sqlite3* db = _db.get();
-        std::vector<std::int64_t> ids = readIds(
-            db, "SELECT rowid FROM samples INDEXED BY idx_samples_hidden WHERE substr(filename,1,2)='._'", {});
+        std::vector<std::int64_t> ids = readIds(db, std::string("SELECT rowid") + kHiddenRows, {});
         if (!state.offline.empty()) {
-            const auto offline = readIds(
-                db, "SELECT id FROM samples WHERE library_id IN " + state.offline + " OR library_id IS NULL", {});
+            const auto offline = readIds(db, "SELECT id FROM samples WHERE " + outsideCountScope(state.offline), {});
             ids.insert(ids.end(), offline.begin(), offline.end());
         }
         std::sort(ids.begin(), ids.end());
@@ -346,11 +358,9 @@ bool Database::looksUp(std::size_t matches) const
     SearchState& state = currentSearchState();
     if (!state.excludedCount) {
         sqlite3* db = _db.get();
-        std::int64_t count =
-            scalar(db, "SELECT count(*) FROM samples INDEXED BY idx_samples_hidden WHERE substr(filename,1,2)='._'");
+        std::int64_t count = scalar(db, std::string("SELECT count(*)") + kHiddenRows);
         if (!state.offline.empty()) {
-            count += scalar(db, "SELECT count(*) FROM samples WHERE library_id IN " + state.offline
-                                    + " OR library_id IS NULL");
+            count += scalar(db, "SELECT count(*) FROM samples WHERE " + outsideCountScope(state.offline));
         }
         state.excludedCount = count;
     }
@@ -362,8 +372,7 @@ const std::vector<std::int64_t>& Database::fullTextMatches(const std::string& sq
                                                           const std::vector<std::string>& params) const
 {
     SearchState& state = currentSearchState();
-    std::string key = sql;
-    for (const auto& param : params) key += '\0' + param;
+    std::string key = cacheKey(sql, params);
     if (state.fullTextKey != key) {
         state.fullTextIds = readIds(_db.get(), sql, params);
         std::sort(state.fullTextIds.begin(), state.fullTextIds.end());
@@ -377,8 +386,7 @@ const std::vector<std::int64_t>& Database::fullTextMatches(const std::string& sq
 // reading a row.
 std::int64_t Database::listedCount(const std::string& sql, const std::vector<std::string>& params) const
 {
-    std::string key = "listed " + sql;
-    for (const auto& param : params) key += '\0' + std::to_string(param.size()) + ':' + param;
+    std::string key = "listed " + cacheKey(sql, params);
     auto& counts = _search->counts;
     if (const auto it = counts.find(key); it != counts.end()) return it->second;
     const auto& ids = fullTextMatches(sql, params);
