@@ -1,6 +1,7 @@
 #include "core/database.h"
 #include "core/database_search_internal.h"
 
+#include "core/full_text_match.h"
 #include "core/search_rank.h"
 #include "core/statement.h"
 
@@ -30,6 +31,7 @@ Database::Database(const std::filesystem::path& path, const OpenProgress& progre
                                    nullptr, &searchRankSql, nullptr, nullptr, nullptr) != SQLITE_OK) {
         throwSqliteError(handle);
     }
+    _fullTextBudget = registerFullTextMatch(handle);
     // Checkpointing the log less often writes each hot index page of a scan to the file
     // once per few thousand commits instead of once per few hundred.
     exec("PRAGMA journal_mode=WAL; PRAGMA foreign_keys=ON; PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=8000;");
@@ -48,14 +50,18 @@ struct SupportIndex {
 // first serve the indexed search plan. The visible ones hold no "._" rows, order them
 // the way a page is sorted and carry the library, so that counts and pages are answered
 // from the index alone. Each costs the scanner a page write per file and group commit.
-constexpr std::array<SupportIndex, 7> kSupportIndexes = {{
+constexpr std::array<SupportIndex, 8> kSupportIndexes = {{
     // The scanner looks up move candidates by name, size and time for every new file.
     {"idx_samples_relink", "samples(filename,file_size,modified_at)"},
     {"idx_samples_visible_name", "samples(filename COLLATE NOCASE,id,library_id) WHERE substr(filename,1,2)<>'._'"},
     {"idx_samples_visible_duration",
      "samples(duration,filename COLLATE NOCASE,id,library_id) WHERE substr(filename,1,2)<>'._'"},
     {"idx_samples_visible_id", "samples(id,filename,library_id) WHERE substr(filename,1,2)<>'._'"},
-    {"idx_samples_visible_bpm", "samples(bpm,filename COLLATE NOCASE,id,library_id) WHERE substr(filename,1,2)<>'._'"},
+    // The type too, so that a tempo or key filter with a type, or with a word the type
+    // matches, is answered without reading the rows.
+    {"idx_samples_visible_bpm",
+     "samples(bpm,filename COLLATE NOCASE,id,library_id,type) WHERE substr(filename,1,2)<>'._'"},
+    {"idx_samples_visible_key", "samples(musical_key,type,filename,id,library_id) WHERE substr(filename,1,2)<>'._'"},
     {"idx_samples_visible_favorite",
      "samples(filename COLLATE NOCASE,id,library_id) WHERE favorite=1 AND substr(filename,1,2)<>'._'"},
     // Hidden rows, so that the count of all visible samples is a subtraction.

@@ -30,6 +30,8 @@ struct sqlite3;
 
 namespace qv {
 
+class FullTextRowBudget;
+
 // Which SQL answers searches. Both give the same counts, rows, order, positions and
 // value lists. Indexed is what the application uses; Reference is the SQL as first
 // written, one plain statement per call, kept for tests and benchmarks to compare.
@@ -176,6 +178,7 @@ private:
     std::int64_t listedCount(const std::string& sql, const std::vector<std::string>& params) const;
     std::vector<std::int64_t> pageIds(const SearchQuery& query) const;
     bool walks(const SearchQuery& query) const;
+    bool testsTextByRow(const SearchQuery& query) const;
     std::vector<std::int64_t> segmentedPageIds(const SearchQuery& query) const;
     std::optional<std::vector<std::int64_t>> tempoPageIds(const SearchQuery& query) const;
     std::int64_t countWithValue(const SearchQuery& query, const std::string& column) const;
@@ -189,6 +192,7 @@ private:
     SearchPlan _searchPlan = SearchPlan::Indexed;
     // Library lists and cached counts of the indexed plan, valid until anything writes.
     std::unique_ptr<SearchState> _search;
+    FullTextRowBudget* _fullTextBudget = nullptr; // owned by the connection; null without FTS5
     // Declared after the connection so that it is finalized before the connection closes.
     mutable StatementCache _statements;
 

@@ -16,6 +16,7 @@
 #include "core/database.h"
 #include "core/database_search_internal.h"
 
+#include "core/full_text_match.h"
 #include "core/search_rank.h"
 #include "core/statement.h"
 
@@ -113,13 +114,13 @@ constexpr const char* kById = "idx_samples_visible_id";
 // The index to drive a query from when its matches are too rare to walk an ordered
 // index for. Without statistics SQLite often prefers the type index, whichever filter
 // is the narrow one. A query with text is driven from the full-text table itself.
-const char* drivingIndex(const SearchQuery& query, bool keysListed)
+const char* drivingIndex(const SearchQuery& query, bool keysListed, bool rowText)
 {
     if (!query.folder.empty()) return nullptr; // SQLite takes the path index itself
-    if (!query.key.empty() && keysListed) return "idx_samples_key";
+    if (!query.key.empty() && keysListed) return "idx_samples_visible_key";
     if (query.favoritesOnly) return "idx_samples_visible_favorite";
     const bool text = !searchTokens(query.text).empty();
-    if (query.bpm && !text) return "idx_samples_visible_bpm";
+    if (query.bpm && (!text || rowText)) return "idx_samples_visible_bpm";
     // Only when no test needs a column the narrow copy lacks; else it costs a second
     // lookup per row.
     const bool columnTests = query.excludeMidi || !query.type.empty() || !query.instrument.empty() || query.bpm
@@ -128,10 +129,26 @@ const char* drivingIndex(const SearchQuery& query, bool keysListed)
     return nullptr;
 }
 
+// Whether a query's text could be tested row by row: it has a filter narrow enough to
+// drive from, whose index holds the name (and, for tempo and key, the type).
+bool rowTextCandidate(const SearchQuery& query, bool keysListed)
+{
+    return !searchTokens(query.text).empty()
+        && (!query.folder.empty() || (!query.key.empty() && keysListed) || query.favoritesOnly || query.bpm);
+}
+
+// The text columns an index holds, tested before the row is read for the others.
+const char* rowColumnsOf(const char* index)
+{
+    const std::string name = index ? index : "";
+    return name == "idx_samples_visible_bpm" || name == "idx_samples_visible_key" ? "s.filename,s.type" : "s.filename";
+}
+
 // The matches of a query, from and where. Walking names an ordered index to follow and
 // tests membership row by row; driving starts from the narrowest filter, and from the
 // full-text table itself when the query has text and drives by id. `scope` is the
-// library test: the reference's join and offline exclusion as one list.
+// library test: the reference's join and offline exclusion as one list. With `rowText`
+// the text is tested on each candidate row instead of listed by the full-text table.
 struct Matches {
     std::string from;
     std::string where;
@@ -139,12 +156,12 @@ struct Matches {
 };
 
 Matches matches(const SearchQuery& query, const std::string& scope, const char* walkIndex,
-                const std::vector<std::string>* keys)
+                const std::vector<std::string>* keys, bool rowText)
 {
     Matches m;
-    const char* index = walkIndex ? walkIndex : drivingIndex(query, keys != nullptr);
+    const char* index = walkIndex ? walkIndex : drivingIndex(query, keys != nullptr, rowText);
     Membership membership = walkIndex ? Membership::Probe : Membership::List;
-    if (!walkIndex && index == kById && !searchTokens(query.text).empty()) {
+    if (!rowText && !walkIndex && index == kById && !searchTokens(query.text).empty()) {
         membership = Membership::Joined;
         m.from = "sample_search f CROSS JOIN ";
     }
@@ -152,7 +169,7 @@ Matches matches(const SearchQuery& query, const std::string& scope, const char* 
     if (index) m.from += std::string(" INDEXED BY ") + index;
     if (membership == Membership::Joined) m.from += " ON s.id=f.rowid";
     m.where = std::string(" WHERE 1=1") + kVisible + scope;
-    appendIndexedPredicate(query, membership, m.where, m.params, keys);
+    appendIndexedPredicate(query, membership, m.where, m.params, keys, rowText ? rowColumnsOf(index) : nullptr);
     return m;
 }
 
@@ -323,8 +340,41 @@ std::int64_t Database::indexedCountMatching(const SearchQuery& query) const
     std::string listed;
     std::vector<std::string> listParams;
     if (fullTextIds(query, listed, listParams)) return listedCount(listed, listParams);
-    const Matches m = matches(query, countScope(state.offline), nullptr, storedKeys());
+    const Matches m = matches(query, countScope(state.offline), nullptr, storedKeys(), testsTextByRow(query));
     return cachedCount("SELECT count(*) FROM " + m.from + m.where, m.params);
+}
+
+// More full-row tests than this (about a random row read each) and the row test costs
+// more than asking the full-text table for its matches.
+constexpr std::int64_t kRowTests = 5000;
+
+// Tried on the count first, with a budget of full-row tests: the count is kept if the
+// test finishes, and the query's text is then tested row by row in every statement.
+// Whether it finishes is remembered for the state of the file.
+bool Database::testsTextByRow(const SearchQuery& query) const
+{
+    const std::vector<std::string>* keys = storedKeys();
+    if (!_fullTextBudget || !rowTextCandidate(query, keys != nullptr)) return false;
+    SearchState& state = currentSearchState();
+    const Matches m = matches(query, countScope(state.offline), nullptr, keys, true);
+    const std::string sql = "SELECT count(*) FROM " + m.from + m.where;
+    const std::string key = cacheKey(sql, m.params);
+    if (state.counts.contains(key)) return true;
+    if (state.rowTextRefused.contains(key)) return false;
+
+    struct Unlimited {
+        FullTextRowBudget* budget;
+        ~Unlimited() { budget->limit(-1); }
+    } unlimited{_fullTextBudget};
+    _fullTextBudget->limit(kRowTests);
+    try {
+        cachedCount(sql, m.params);
+        return true;
+    } catch (const std::runtime_error&) {
+        if (!_fullTextBudget->exhausted()) throw;
+    }
+    state.rowTextRefused.insert(key);
+    return false;
 }
 
 // Every id the count leaves out (hidden rows, and the rows of offline libraries or of
@@ -461,7 +511,8 @@ std::vector<std::int64_t> Database::pageIds(const SearchQuery& query) const
     if (window.limit == 0) return {};
     if (segmentedOrder(query)) return segmentedPageIds(query);
 
-    if (query.bpm && !query.sortByFilename && searchTokens(query.text).empty() && walks(query)) {
+    if (query.bpm && !query.sortByFilename && (searchTokens(query.text).empty() || testsTextByRow(query))
+        && walks(query)) {
         if (auto ids = tempoPageIds(query)) return *ids;
     }
 
@@ -488,7 +539,7 @@ std::vector<std::int64_t> Database::pageIds(const SearchQuery& query) const
         order = std::string("s.filename COLLATE NOCASE") + d + ", s.id" + d;
         if (walks(query)) walkIndex = "idx_samples_visible_name";
     }
-    Matches m = matches(query, onlineScope(state.online), walkIndex, storedKeys());
+    Matches m = matches(query, onlineScope(state.online), walkIndex, storedKeys(), testsTextByRow(query));
     m.params.insert(m.params.end(), orderParams.begin(), orderParams.end());
     return readIds(_db.get(), "SELECT s.id FROM " + m.from + m.where + " ORDER BY " + order + window.sql(), m.params);
 }
@@ -502,7 +553,7 @@ std::vector<std::int64_t> Database::segmentedPageIds(const SearchQuery& query) c
     const char* walkIndex = walks(query) ? order.index : nullptr;
     const std::string column = order.column;
 
-    Matches with = matches(query, onlineScope(state.online), walkIndex, storedKeys());
+    Matches with = matches(query, onlineScope(state.online), walkIndex, storedKeys(), testsTextByRow(query));
     with.where += " AND " + column + " IS NOT NULL";
     std::vector<std::int64_t> ids = readIds(db,
                                             "SELECT s.id FROM " + with.from + with.where + " ORDER BY " + column
@@ -516,7 +567,7 @@ std::vector<std::int64_t> Database::segmentedPageIds(const SearchQuery& query) c
     Window rest{0, window.limit < 0 ? -1 : window.limit - static_cast<std::int64_t>(ids.size())};
     if (ids.empty() && window.offset > 0) rest.offset = window.offset - countWithValue(query, column);
     Matches without = matches(query, onlineScope(state.online), walkIndex ? "idx_samples_visible_name" : nullptr,
-                              storedKeys());
+                              storedKeys(), testsTextByRow(query));
     without.where += " AND " + column + " IS NULL";
     const auto more = readIds(db,
                               "SELECT s.id FROM " + without.from + without.where
@@ -566,7 +617,7 @@ std::optional<std::vector<std::int64_t>> Database::tempoPageIds(const SearchQuer
     std::stable_sort(tempos.begin(), tempos.end(), [](const Tempo& a, const Tempo& b) { return a.distance < b.distance; });
 
     const SearchState& state = currentSearchState();
-    const Matches m = matches(query, onlineScope(state.online), "idx_samples_visible_bpm", storedKeys());
+    const Matches m = matches(query, onlineScope(state.online), "idx_samples_visible_bpm", storedKeys(), testsTextByRow(query));
     const Window window = windowOf(query);
     std::int64_t skip = window.offset;
     std::vector<std::int64_t> ids;
@@ -595,7 +646,7 @@ std::optional<std::vector<std::int64_t>> Database::tempoPageIds(const SearchQuer
 
 std::int64_t Database::countWithValue(const SearchQuery& query, const std::string& column) const
 {
-    Matches counted = matches(query, onlineScope(currentSearchState().online), nullptr, storedKeys());
+    Matches counted = matches(query, onlineScope(currentSearchState().online), nullptr, storedKeys(), testsTextByRow(query));
     counted.where += " AND " + column + " IS NOT NULL";
     return cachedCount("SELECT count(*) FROM " + counted.from + counted.where, counted.params);
 }
@@ -642,7 +693,7 @@ std::optional<std::int64_t> Database::indexedMatchingIndex(const SearchQuery& qu
         key = "qv_filename_search_rank(s.filename,?)";
         keyParams.push_back(query.text);
     }
-    const Matches target = matches(query, onlineScope(state.online), nullptr, storedKeys());
+    const Matches target = matches(query, onlineScope(state.online), nullptr, storedKeys(), testsTextByRow(query));
     Statement find(db, "SELECT s.filename," + key + " FROM " + target.from + target.where + " AND s.id=?");
     bindTexts(find, keyParams);
     bindTexts(find, target.params, static_cast<int>(keyParams.size()) + 1);
@@ -694,7 +745,7 @@ std::optional<std::int64_t> Database::indexedMatchingIndex(const SearchQuery& qu
         ahead = nameAhead(descending);
     }
 
-    const Matches counted = matches(query, onlineScope(state.online), nullptr, storedKeys());
+    const Matches counted = matches(query, onlineScope(state.online), nullptr, storedKeys(), testsTextByRow(query));
     Statement count(db, "SELECT count(*) FROM " + counted.from + counted.where + " AND (" + ahead + ")");
     bindTexts(count, counted.params);
     int position = static_cast<int>(counted.params.size()) + 1;

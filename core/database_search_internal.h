@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace qv {
@@ -36,6 +37,8 @@ struct Database::SearchState {
     std::optional<std::int64_t> excludedCount;
     std::string fullTextKey; // the last full-text statement and its parameters
     std::vector<std::int64_t> fullTextIds;
+    // Counts whose text the row test gave up on (see Database::testsTextByRow).
+    std::unordered_set<std::string> rowTextRefused;
 };
 
 } // namespace qv

@@ -59,10 +59,11 @@ void appendGenreTest(const std::vector<std::string>& genres, std::string& sql, s
 
 // The clauses both predicates write alike, up to and including the key.
 void appendColumnTests(const SearchQuery& query, std::string& sql, std::vector<std::string>& params,
-                       bool joinedText = false, const std::vector<std::string>* storedKeys = nullptr)
+                       bool joinedText = false, const std::vector<std::string>* storedKeys = nullptr,
+                       bool rowText = false)
 {
     if (query.excludeMidi) sql += " AND s.type<>'MIDI'";
-    if (std::string match = ftsQuery(query.text); !match.empty()) {
+    if (std::string match = ftsQuery(query.text); !match.empty() && !rowText) {
         sql += joinedText ? " AND f.sample_search MATCH ?"
                           : " AND s.id IN(SELECT rowid FROM sample_search WHERE sample_search MATCH ?)";
         params.push_back(std::move(match));
@@ -96,7 +97,8 @@ void appendColumnTests(const SearchQuery& query, std::string& sql, std::vector<s
             any = true;
             params.push_back(stored);
         }
-        sql += ")";
+        // NULL matches nothing, as an empty list would, but lets a partial index drive.
+        sql += any ? ")" : "NULL)";
     } else if (!query.key.empty()) {
         auto [first, second] = keyFilterSpellings(query.key);
         sql += " AND replace(lower(s.musical_key),' ','') IN (?,?)";
@@ -129,9 +131,10 @@ bool narrowsResults(const SearchQuery& query)
 }
 
 void appendIndexedPredicate(const SearchQuery& query, Membership membership, std::string& sql,
-                            std::vector<std::string>& params, const std::vector<std::string>* storedKeys)
+                            std::vector<std::string>& params, const std::vector<std::string>* storedKeys,
+                            const char* rowColumns)
 {
-    appendColumnTests(query, sql, params, membership == Membership::Joined, storedKeys);
+    appendColumnTests(query, sql, params, membership == Membership::Joined, storedKeys, rowColumns != nullptr);
     std::vector<std::string> single;
     if (const auto& genres = effectiveGenres(query, single); !genres.empty()) {
         if (membership != Membership::Probe) {
@@ -160,6 +163,13 @@ void appendIndexedPredicate(const SearchQuery& query, Membership membership, std
         }
     }
     if (query.favoritesOnly) sql += " AND s.favorite=1";
+    if (rowColumns && !searchTokens(query.text).empty()) {
+        // A match on the columns at hand spares reading the row for the others.
+        sql += std::string(" AND (qv_full_text_match(?,0,") + rowColumns
+            + ") OR qv_full_text_match(?,1,s.filename,s.path,s.type,s.genre,s.instrument,s.musical_key))";
+        params.push_back(query.text);
+        params.push_back(query.text);
+    }
 }
 
 void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)

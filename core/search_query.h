@@ -54,8 +54,12 @@ enum class Membership { Probe, List, Joined };
 // genre and playlist membership as id lists.
 // With `storedKeys` (every distinct musical_key stored), a key filter is written as the
 // stored spellings that normalise to the filter's, which the key index can look up.
+// With `rowColumns` ("s.filename,s.type": the text columns the driving index holds), the
+// text is tested on each row by qv_full_text_match, on those columns first and on every
+// full-text column only when they do not match; it comes last, after every cheaper test.
 void appendIndexedPredicate(const SearchQuery& query, Membership membership, std::string& sql,
-                            std::vector<std::string>& params, const std::vector<std::string>* storedKeys = nullptr);
+                            std::vector<std::string>& params, const std::vector<std::string>* storedKeys = nullptr,
+                            const char* rowColumns = nullptr);
 
 // When the query narrows by its text alone, writes a statement selecting the ids of
 // the full-text matches and returns true. Each names a stored sample: triggers keep the

@@ -65,7 +65,7 @@ TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup
         "idx_samples_key", "idx_samples_library", "idx_samples_path", "idx_samples_relink", "idx_samples_type",
         "idx_samples_type_override", "idx_samples_visible_bpm", "idx_samples_visible_duration",
         "idx_samples_visible_favorite",
-        "idx_samples_visible_id", "idx_samples_visible_name", "libraries",
+        "idx_samples_visible_id", "idx_samples_visible_key", "idx_samples_visible_name", "libraries",
         "playlist_items", "playlists", "sample_genres", "sample_search", "sample_tags", "samples", "samples_ad",
         "samples_ai", "samples_au", "schema_version", "tags",
     };
