@@ -164,10 +164,15 @@ Matches matches(const SearchQuery& query, const std::string& scope, const char* 
     if (!rowText && !walkIndex && index == kById && !searchTokens(query.text).empty()) {
         membership = Membership::Joined;
         m.from = "sample_search f CROSS JOIN ";
+    } else if (!rowText && !walkIndex && index == kById && query.playlistId) {
+        // Its rows in id order, each looked up once, without first listing them apart.
+        membership = Membership::PlaylistJoined;
+        m.from = "playlist_items pi CROSS JOIN ";
     }
     m.from += "samples s";
     if (index) m.from += std::string(" INDEXED BY ") + index;
     if (membership == Membership::Joined) m.from += " ON s.id=f.rowid";
+    if (membership == Membership::PlaylistJoined) m.from += " ON s.id=pi.sample_id";
     m.where = std::string(" WHERE 1=1") + kVisible + scope;
     appendIndexedPredicate(query, membership, m.where, m.params, keys, rowText ? rowColumnsOf(index) : nullptr);
     return m;

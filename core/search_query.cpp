@@ -156,7 +156,9 @@ void appendIndexedPredicate(const SearchQuery& query, Membership membership, std
     }
     if (query.playlistId) {
         const std::string id = std::to_string(*query.playlistId);
-        if (membership != Membership::Probe) {
+        if (membership == Membership::PlaylistJoined) {
+            sql += " AND pi.playlist_id=" + id;
+        } else if (membership != Membership::Probe) {
             sql += " AND s.id IN(SELECT pi.sample_id FROM playlist_items pi WHERE pi.playlist_id=" + id + ")";
         } else {
             sql += " AND EXISTS(SELECT 1 FROM playlist_items pi WHERE pi.sample_id=s.id AND pi.playlist_id=" + id + ")";

@@ -45,8 +45,10 @@ void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std
 // List asks the membership index for its sample ids, which suits driving the query
 // from them. Joined is List with the full-text match written against "sample_search f",
 // for a caller that drives the query from that table (its row ids are unique, so the
-// join selects the same rows as the IN list). All select the same rows.
-enum class Membership { Probe, List, Joined };
+// join selects the same rows as the IN list). PlaylistJoined is List with the playlist
+// written against "playlist_items pi", for a caller that drives the query from the
+// playlist's rows (one per sample). All select the same rows.
+enum class Membership { Probe, List, Joined, PlaylistJoined };
 
 // The clauses of appendPredicate after its visibility terms (the "._" and offline
 // exclusions, which the caller writes for its own plan), selecting the same rows in
