@@ -68,6 +68,34 @@ constexpr std::array<SupportIndex, 8> kSupportIndexes = {{
     {"idx_samples_hidden", "samples(library_id,filename) WHERE substr(filename,1,2)='._'"},
 }};
 
+// Genre and playlist rows point at existing samples even after a connection without
+// foreign keys deleted one, as the schema's ON DELETE CASCADE intends, so that the
+// search can count members without looking each up. Like the support indexes they are
+// created at open, outside the numbered schema; rows left behind before are removed once.
+constexpr const char* kMissingSample = "BEGIN SELECT RAISE(ABORT,'FOREIGN KEY constraint failed'); END";
+constexpr std::array<SupportIndex, 6> kSupportTriggers = {{
+    {"samples_members_ad", "AFTER DELETE ON samples BEGIN DELETE FROM sample_genres WHERE sample_id=old.id; DELETE "
+                           "FROM playlist_items WHERE sample_id=old.id; END"},
+    {"samples_members_bu", "BEFORE UPDATE OF id ON samples WHEN new.id IS NOT old.id AND (EXISTS(SELECT 1 FROM "
+                           "sample_genres WHERE sample_id=old.id) OR EXISTS(SELECT 1 FROM playlist_items WHERE "
+                           "sample_id=old.id))"},
+    {"sample_genres_sample_bi", "BEFORE INSERT ON sample_genres WHEN new.sample_id IS NOT NULL AND NOT EXISTS(SELECT "
+                                "1 FROM samples WHERE id=new.sample_id)"},
+    {"sample_genres_sample_bu", "BEFORE UPDATE OF sample_id ON sample_genres WHEN new.sample_id IS NOT NULL AND NOT "
+                                "EXISTS(SELECT 1 FROM samples WHERE id=new.sample_id)"},
+    {"playlist_items_sample_bi", "BEFORE INSERT ON playlist_items WHEN new.sample_id IS NOT NULL AND NOT "
+                                 "EXISTS(SELECT 1 FROM samples WHERE id=new.sample_id)"},
+    {"playlist_items_sample_bu", "BEFORE UPDATE OF sample_id ON playlist_items WHEN new.sample_id IS NOT NULL AND "
+                                 "NOT EXISTS(SELECT 1 FROM samples WHERE id=new.sample_id)"},
+}};
+
+std::string triggerSql(const SupportIndex& trigger)
+{
+    std::string sql = "CREATE TRIGGER " + std::string(trigger.name) + " " + trigger.definition;
+    if (!sql.ends_with("END")) sql += std::string(" ") + kMissingSample;
+    return sql;
+}
+
 // About a second of index building at this many samples.
 constexpr std::int64_t kReportedIndexBuild = 100000;
 
@@ -97,6 +125,26 @@ void Database::createSupportIndexes(const OpenProgress& progress)
         exec(("DROP INDEX IF EXISTS " + name + "; CREATE INDEX " + name + " ON " + missing[done]->definition).c_str());
     }
     if (report) progress(total, total);
+
+    bool triggersMissing = false;
+    for (const SupportIndex& trigger : kSupportTriggers) {
+        Statement st(_db.get(), "SELECT sql FROM sqlite_schema WHERE type='trigger' AND name=?");
+        st.bind(1, trigger.name);
+        triggersMissing = triggersMissing || !st.step() || st.columnText(0) != triggerSql(trigger);
+    }
+    if (!triggersMissing) return;
+    std::string sql = "BEGIN IMMEDIATE;";
+    for (const SupportIndex& trigger : kSupportTriggers) {
+        sql += "DROP TRIGGER IF EXISTS " + std::string(trigger.name) + ";" + triggerSql(trigger) + ";";
+    }
+    sql += "DELETE FROM sample_genres WHERE sample_id NOT IN (SELECT id FROM samples);"
+           "DELETE FROM playlist_items WHERE sample_id NOT IN (SELECT id FROM samples);COMMIT;";
+    try {
+        exec(sql.c_str());
+    } catch (...) {
+        sqlite3_exec(_db.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
 }
 
 Database::~Database() = default;

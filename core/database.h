@@ -176,6 +176,8 @@ private:
     const std::vector<std::int64_t>& fullTextMatches(const std::string& sql,
                                                      const std::vector<std::string>& params) const;
     std::int64_t listedCount(const std::string& sql, const std::vector<std::string>& params) const;
+    std::int64_t excludedAmong(const std::vector<std::int64_t>& ids) const;
+    std::int64_t memberCount(const std::string& sql, const std::vector<std::string>& params) const;
     std::vector<std::int64_t> pageIds(const SearchQuery& query) const;
     bool walks(const SearchQuery& query) const;
     bool testsTextByRow(const SearchQuery& query) const;

@@ -345,6 +345,7 @@ std::int64_t Database::indexedCountMatching(const SearchQuery& query) const
     std::string listed;
     std::vector<std::string> listParams;
     if (fullTextIds(query, listed, listParams)) return listedCount(listed, listParams);
+    if (memberIds(query, listed, listParams)) return memberCount(listed, listParams);
     const Matches m = matches(query, countScope(state.offline), nullptr, storedKeys(), testsTextByRow(query));
     return cachedCount("SELECT count(*) FROM " + m.from + m.where, m.params);
 }
@@ -391,8 +392,12 @@ const std::vector<std::int64_t>& Database::excludedIds() const
         sqlite3* db = _db.get();
         std::vector<std::int64_t> ids = readIds(db, std::string("SELECT rowid") + kHiddenRows, {});
         if (!state.offline.empty()) {
-            const auto offline = readIds(db, "SELECT id FROM samples WHERE " + outsideCountScope(state.offline), {});
-            ids.insert(ids.end(), offline.begin(), offline.end());
+            // Apart, not as one OR: each comes from the library index in id order, where
+            // the OR would first collect and sort every row id.
+            for (const std::string& where : {"library_id IN " + state.offline, std::string("library_id IS NULL")}) {
+                const auto more = readIds(db, "SELECT id FROM samples WHERE " + where, {});
+                ids.insert(ids.end(), more.begin(), more.end());
+            }
         }
         std::sort(ids.begin(), ids.end());
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
@@ -450,14 +455,37 @@ std::int64_t Database::listedCount(const std::string& sql, const std::vector<std
         count = scalar(_db.get(), "SELECT count(*) FROM samples s INDEXED BY " + std::string(kById) + " WHERE s.id IN "
                            + literalList(ids) + kVisible + countScope(currentSearchState().offline));
     } else {
-        const auto& excluded = excludedIds();
-        auto skip = excluded.begin();
-        for (const std::int64_t id : ids) {
-            skip = std::lower_bound(skip, excluded.end(), id);
-            if (skip == excluded.end()) break;
-            if (*skip == id) --count;
-        }
+        count -= excludedAmong(ids);
     }
+    counts.emplace(std::move(key), count);
+    return count;
+}
+
+// How many of these sorted ids the count leaves out.
+std::int64_t Database::excludedAmong(const std::vector<std::int64_t>& ids) const
+{
+    const auto& excluded = excludedIds();
+    std::int64_t found = 0;
+    auto skip = excluded.begin();
+    for (const std::int64_t id : ids) {
+        skip = std::lower_bound(skip, excluded.end(), id);
+        if (skip == excluded.end()) break;
+        if (*skip == id) ++found;
+    }
+    return found;
+}
+
+// The count of a query that narrows by membership alone: its distinct members less
+// those the count leaves out, without looking each member up.
+std::int64_t Database::memberCount(const std::string& sql, const std::vector<std::string>& params) const
+{
+    std::string key = "members " + cacheKey(sql, params);
+    auto& counts = _search->counts;
+    if (const auto it = counts.find(key); it != counts.end()) return it->second;
+    std::vector<std::int64_t> ids = readIds(_db.get(), sql, params);
+    std::sort(ids.begin(), ids.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+    const std::int64_t count = static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
     counts.emplace(std::move(key), count);
     return count;
 }

@@ -123,6 +123,26 @@ bool fullTextIds(const SearchQuery& query, std::string& sql, std::vector<std::st
     return true;
 }
 
+bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)
+{
+    std::vector<std::string> single;
+    const auto& genres = effectiveGenres(query, single);
+    if (!searchTokens(query.text).empty() || query.excludeMidi || !query.type.empty() || !query.instrument.empty()
+        || query.bpm || !query.key.empty() || !query.folder.empty() || query.favoritesOnly
+        || genres.empty() == !query.playlistId) {
+        return false;
+    }
+    if (query.playlistId) {
+        sql = "SELECT pi.sample_id FROM playlist_items pi WHERE pi.playlist_id=" + std::to_string(*query.playlistId)
+            + " AND pi.sample_id IS NOT NULL";
+        return true;
+    }
+    sql = "SELECT sg.sample_id FROM sample_genres sg WHERE ";
+    appendGenreTest(genres, sql, params);
+    sql += " AND sg.sample_id IS NOT NULL";
+    return true;
+}
+
 bool narrowsResults(const SearchQuery& query)
 {
     return query.excludeMidi || !searchTokens(query.text).empty() || !query.type.empty() || !query.instrument.empty()

@@ -68,6 +68,12 @@ void appendIndexedPredicate(const SearchQuery& query, Membership membership, std
 // full-text rows in step with the samples table, whichever connection writes.
 bool fullTextIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params);
 
+// When the query narrows by genre or by playlist alone, writes a statement selecting the
+// sample ids of its members (none NULL, some repeated) and returns true. Each names a
+// stored sample: support triggers remove the rows of a deleted sample and refuse rows
+// for a missing one, whatever the connection's foreign key setting.
+bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params);
+
 // False when only the visibility terms apply, so every visible sample matches.
 bool narrowsResults(const SearchQuery& query);
 

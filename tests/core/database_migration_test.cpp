@@ -64,10 +64,11 @@ TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup
         "idx_samples_favorite", "idx_samples_hidden", "idx_samples_instrument", "idx_samples_instrument_override",
         "idx_samples_key", "idx_samples_library", "idx_samples_path", "idx_samples_relink", "idx_samples_type",
         "idx_samples_type_override", "idx_samples_visible_bpm", "idx_samples_visible_duration",
-        "idx_samples_visible_favorite",
-        "idx_samples_visible_id", "idx_samples_visible_key", "idx_samples_visible_name", "libraries",
-        "playlist_items", "playlists", "sample_genres", "sample_search", "sample_tags", "samples", "samples_ad",
-        "samples_ai", "samples_au", "schema_version", "tags",
+        "idx_samples_visible_favorite", "idx_samples_visible_id", "idx_samples_visible_key",
+        "idx_samples_visible_name", "libraries", "playlist_items", "playlist_items_sample_bi",
+        "playlist_items_sample_bu", "playlists", "sample_genres", "sample_genres_sample_bi", "sample_genres_sample_bu",
+        "sample_search", "sample_tags", "samples", "samples_ad", "samples_ai", "samples_au", "samples_members_ad",
+        "samples_members_bu", "schema_version", "tags",
     };
     const auto names = raw.column("SELECT name FROM sqlite_master WHERE name NOT LIKE 'sqlite_%' AND name NOT LIKE "
                                   "'sample_search_%' ORDER BY name");
@@ -82,6 +83,40 @@ TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup
              "substr(filename,1,2)='._'");
     { qv::Database db(file); }
     EXPECT_EQ(raw.text("SELECT sql FROM sqlite_master WHERE name='idx_samples_hidden'"), hiddenNow);
+}
+
+// Genre and playlist rows follow their sample even through a connection without foreign
+// keys (the search counts members without looking each up), and rows such a connection
+// left behind before are removed on open, the rest kept.
+TEST(DatabaseMigration, MembershipRowsNeverOutliveTheirSample)
+{
+    TempDir dir;
+    const auto file = dir / "quorvalinder.db";
+    { qv::Database db(file); }
+    RawDb raw(file); // foreign keys off
+    raw.exec("INSERT INTO libraries(id,path) VALUES(1,'/l'); INSERT INTO samples(id,path,filename,library_id,"
+             "file_size,modified_at) VALUES(1,'/l/a.wav','a.wav',1,1,1),(2,'/l/b.wav','b.wav',1,1,1); INSERT INTO "
+             "playlists(id,name) VALUES(1,'p'); INSERT INTO sample_genres(sample_id,genre) VALUES(1,'House'),"
+             "(2,'House'); INSERT INTO playlist_items(playlist_id,sample_id) VALUES(1,1),(1,2)");
+    const auto members = [&](int id) {
+        return raw.integer("SELECT count(*) FROM sample_genres WHERE sample_id=?", {std::to_string(id)})
+            + raw.integer("SELECT count(*) FROM playlist_items WHERE sample_id=?", {std::to_string(id)});
+    };
+    raw.exec("DELETE FROM samples WHERE id=1");
+    EXPECT_EQ(members(1), 0);
+    EXPECT_THROW(raw.exec("INSERT INTO sample_genres(sample_id,genre) VALUES(9,'Techno')"), std::runtime_error);
+    EXPECT_THROW(raw.exec("INSERT INTO playlist_items(playlist_id,sample_id) VALUES(1,9)"), std::runtime_error);
+    EXPECT_THROW(raw.exec("UPDATE playlist_items SET sample_id=9"), std::runtime_error);
+    EXPECT_THROW(raw.exec("UPDATE samples SET id=9 WHERE id=2"), std::runtime_error);
+    EXPECT_EQ(members(2), 2);
+
+    raw.exec("DROP TRIGGER sample_genres_sample_bi; DROP TRIGGER playlist_items_sample_bi; INSERT INTO "
+             "sample_genres(sample_id,genre) VALUES(9,'Techno'); INSERT INTO playlist_items(playlist_id,sample_id) "
+             "VALUES(1,9),(1,NULL)");
+    { qv::Database db(file); }
+    EXPECT_EQ(members(9), 0);
+    EXPECT_EQ(members(2), 2);
+    EXPECT_EQ(raw.integer("SELECT count(*) FROM playlist_items WHERE sample_id IS NULL"), 1);
 }
 
 // Every older version: a backup exactly for 1-4 holding the old content, data carried
