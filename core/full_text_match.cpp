@@ -92,10 +92,12 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
         return;
     }
 
-    // The text's phrases, parsed once per statement.
+    // The text's phrases, parsed once per statement: handed to SQLite to keep only once
+    // this call is done with them, since it may free them as soon as it takes them.
     auto* phrases = static_cast<Phrases*>(sqlite3_get_auxdata(context, 0));
+    std::unique_ptr<Phrases> parsed;
     if (!phrases) {
-        auto parsed = std::make_unique<Phrases>();
+        parsed = std::make_unique<Phrases>();
         std::vector<std::string> tokens;
         for (const auto& token : searchTokens(textOf(argv[0]))) {
             std::size_t count = 0;
@@ -106,16 +108,13 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
             parsed->list.emplace_back(tokens.begin(), tokens.begin() + static_cast<std::ptrdiff_t>(count));
         }
         phrases = parsed.get();
-        sqlite3_set_auxdata(context, 0, parsed.release(), [](void* p) { delete static_cast<Phrases*>(p); });
-        // SQLite may free it at once; it is then parsed again next row.
-        phrases = static_cast<Phrases*>(sqlite3_get_auxdata(context, 0));
-        if (!phrases) {
-            sqlite3_result_error_nomem(context);
-            return;
-        }
     }
+    const auto keep = [&] {
+        if (parsed) sqlite3_set_auxdata(context, 0, parsed.release(), [](void* p) { delete static_cast<Phrases*>(p); });
+    };
     if (phrases->list.empty()) {
         sqlite3_result_int(context, 0);
+        keep();
         return;
     }
 
@@ -129,6 +128,7 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
         std::size_t count = 0;
         if (matcher->tokenize(text, FTS5_TOKENIZE_DOCUMENT, tokens, count) != SQLITE_OK) {
             sqlite3_result_error_nomem(context);
+            keep();
             return;
         }
         for (std::size_t p = 0; p < phrases->list.size(); ++p) {
@@ -139,6 +139,7 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
         }
     }
     sqlite3_result_int(context, left == 0 ? 1 : 0);
+    keep();
 }
 
 fts5_api* fts5Of(sqlite3* db)
