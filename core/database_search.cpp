@@ -123,9 +123,7 @@ const char* drivingIndex(const SearchQuery& query, bool keysListed, bool rowText
     if (query.bpm && (!text || rowText)) return "idx_samples_visible_bpm";
     // Only when no test needs a column the narrow copy lacks; else it costs a second
     // lookup per row.
-    const bool columnTests = query.excludeMidi || !query.type.empty() || !query.instrument.empty() || query.bpm
-        || !query.key.empty() || query.favoritesOnly;
-    if (!columnTests && (text || query.playlistId || !query.genres.empty() || !query.genre.empty())) return kById;
+    if (!hasColumnFilters(query) && (text || query.playlistId || !query.genres.empty() || !query.genre.empty())) return kById;
     return nullptr;
 }
 
@@ -250,6 +248,16 @@ std::string numberLiteral(sqlite3_value* value)
 // the tempo order sorts all matches instead.
 constexpr std::size_t kTempoGroups = 64;
 
+// A count kept until anything writes: looked up by `key`, else counted and kept.
+template <class Count>
+std::int64_t remembered(std::unordered_map<std::string, std::int64_t>& counts, std::string key, Count count)
+{
+    if (const auto it = counts.find(key); it != counts.end()) return it->second;
+    const std::int64_t value = count();
+    counts.emplace(std::move(key), value);
+    return value;
+}
+
 std::vector<std::int64_t> readIds(sqlite3* db, const std::string& sql, const std::vector<std::string>& params)
 {
     Statement st(db, sql);
@@ -312,15 +320,12 @@ const std::vector<std::string>* Database::storedKeys() const
 
 std::int64_t Database::cachedCount(const std::string& sql, const std::vector<std::string>& params) const
 {
-    std::string key = cacheKey(sql, params);
-    auto& counts = _search->counts;
-    if (const auto it = counts.find(key); it != counts.end()) return it->second;
-    Statement st(_db.get(), sql);
-    bindTexts(st, params);
-    if (!st.step()) throwSqliteError(_db.get());
-    const std::int64_t count = st.columnInt64(0);
-    counts.emplace(std::move(key), count);
-    return count;
+    return remembered(_search->counts, cacheKey(sql, params), [&] {
+        Statement st(_db.get(), sql);
+        bindTexts(st, params);
+        if (!st.step()) throwSqliteError(_db.get());
+        return st.columnInt64(0);
+    });
 }
 
 std::int64_t Database::indexedCountMatching(const SearchQuery& query) const
@@ -330,17 +335,17 @@ std::int64_t Database::indexedCountMatching(const SearchQuery& query) const
     if (!narrowsResults(query)) {
         // Every visible sample: the table's count less the hidden rows, which small
         // indexes count, instead of a pass over the visible ones.
-        constexpr const char* key = "visible samples";
-        if (const auto it = _search->counts.find(key); it != _search->counts.end()) return it->second;
-        std::int64_t count = scalar(db, "SELECT count(*) FROM samples")
-            - scalar(db, std::string("SELECT count(*)") + kHiddenRows);
-        if (!state.offline.empty()) {
-            count -= scalar(db, "SELECT count(*) FROM samples WHERE library_id IN " + state.offline)
-                + scalar(db, "SELECT count(*) FROM samples WHERE library_id IS NULL")
-                - scalar(db, std::string("SELECT count(*)") + kHiddenRows + " AND " + outsideCountScope(state.offline));
-        }
-        _search->counts.emplace(key, count);
-        return count;
+        return remembered(_search->counts, "visible samples", [&] {
+            std::int64_t count = scalar(db, "SELECT count(*) FROM samples")
+                - scalar(db, std::string("SELECT count(*)") + kHiddenRows);
+            if (!state.offline.empty()) {
+                count -= scalar(db, "SELECT count(*) FROM samples WHERE library_id IN " + state.offline)
+                    + scalar(db, "SELECT count(*) FROM samples WHERE library_id IS NULL")
+                    - scalar(db, std::string("SELECT count(*)") + kHiddenRows + " AND "
+                             + outsideCountScope(state.offline));
+            }
+            return count;
+        });
     }
     std::string listed;
     std::vector<std::string> listParams;
@@ -446,19 +451,15 @@ const std::vector<std::int64_t>& Database::fullTextMatches(const std::string& sq
 // reading a row.
 std::int64_t Database::listedCount(const std::string& sql, const std::vector<std::string>& params) const
 {
-    std::string key = "listed " + cacheKey(sql, params);
-    auto& counts = _search->counts;
-    if (const auto it = counts.find(key); it != counts.end()) return it->second;
-    const auto& ids = fullTextMatches(sql, params);
-    std::int64_t count = static_cast<std::int64_t>(ids.size());
-    if (!ids.empty() && looksUp(ids.size())) {
-        count = scalar(_db.get(), "SELECT count(*) FROM samples s INDEXED BY " + std::string(kById) + " WHERE s.id IN "
-                           + literalList(ids) + kVisible + countScope(currentSearchState().offline));
-    } else {
-        count -= excludedAmong(ids);
-    }
-    counts.emplace(std::move(key), count);
-    return count;
+    return remembered(_search->counts, "listed " + cacheKey(sql, params), [&] {
+        const auto& ids = fullTextMatches(sql, params);
+        if (!ids.empty() && looksUp(ids.size())) {
+            return scalar(_db.get(), "SELECT count(*) FROM samples s INDEXED BY " + std::string(kById)
+                              + " WHERE s.id IN " + literalList(ids) + kVisible
+                              + countScope(currentSearchState().offline));
+        }
+        return static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
+    });
 }
 
 // How many of these sorted ids the count leaves out.
@@ -479,15 +480,12 @@ std::int64_t Database::excludedAmong(const std::vector<std::int64_t>& ids) const
 // those the count leaves out, without looking each member up.
 std::int64_t Database::memberCount(const std::string& sql, const std::vector<std::string>& params) const
 {
-    std::string key = "members " + cacheKey(sql, params);
-    auto& counts = _search->counts;
-    if (const auto it = counts.find(key); it != counts.end()) return it->second;
-    std::vector<std::int64_t> ids = readIds(_db.get(), sql, params);
-    std::sort(ids.begin(), ids.end());
-    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-    const std::int64_t count = static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
-    counts.emplace(std::move(key), count);
-    return count;
+    return remembered(_search->counts, "members " + cacheKey(sql, params), [&] {
+        std::vector<std::int64_t> ids = readIds(_db.get(), sql, params);
+        std::sort(ids.begin(), ids.end());
+        ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+        return static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
+    });
 }
 
 std::int64_t Database::countMatchingLocked(const SearchQuery& query) const
@@ -544,8 +542,8 @@ std::vector<std::int64_t> Database::pageIds(const SearchQuery& query) const
     if (window.limit == 0) return {};
     if (segmentedOrder(query)) return segmentedPageIds(query);
 
-    if (query.bpm && !query.sortByFilename && (searchTokens(query.text).empty() || testsTextByRow(query))
-        && walks(query)) {
+    const bool rowText = testsTextByRow(query);
+    if (query.bpm && !query.sortByFilename && (searchTokens(query.text).empty() || rowText) && walks(query)) {
         if (auto ids = tempoPageIds(query)) return *ids;
     }
 
@@ -572,7 +570,7 @@ std::vector<std::int64_t> Database::pageIds(const SearchQuery& query) const
         order = std::string("s.filename COLLATE NOCASE") + d + ", s.id" + d;
         if (walks(query)) walkIndex = "idx_samples_visible_name";
     }
-    Matches m = matches(query, onlineScope(state.online), walkIndex, storedKeys(), testsTextByRow(query));
+    Matches m = matches(query, onlineScope(state.online), walkIndex, storedKeys(), rowText);
     m.params.insert(m.params.end(), orderParams.begin(), orderParams.end());
     return readIds(_db.get(), "SELECT s.id FROM " + m.from + m.where + " ORDER BY " + order + window.sql(), m.params);
 }
@@ -585,8 +583,9 @@ std::vector<std::int64_t> Database::segmentedPageIds(const SearchQuery& query) c
     const Window window = windowOf(query);
     const char* walkIndex = walks(query) ? order.index : nullptr;
     const std::string column = order.column;
+    const bool rowText = testsTextByRow(query);
 
-    Matches with = matches(query, onlineScope(state.online), walkIndex, storedKeys(), testsTextByRow(query));
+    Matches with = matches(query, onlineScope(state.online), walkIndex, storedKeys(), rowText);
     with.where += " AND " + column + " IS NOT NULL";
     std::vector<std::int64_t> ids = readIds(db,
                                             "SELECT s.id FROM " + with.from + with.where + " ORDER BY " + column
@@ -600,7 +599,7 @@ std::vector<std::int64_t> Database::segmentedPageIds(const SearchQuery& query) c
     Window rest{0, window.limit < 0 ? -1 : window.limit - static_cast<std::int64_t>(ids.size())};
     if (ids.empty() && window.offset > 0) rest.offset = window.offset - countWithValue(query, column);
     Matches without = matches(query, onlineScope(state.online), walkIndex ? "idx_samples_visible_name" : nullptr,
-                              storedKeys(), testsTextByRow(query));
+                              storedKeys(), rowText);
     without.where += " AND " + column + " IS NULL";
     const auto more = readIds(db,
                               "SELECT s.id FROM " + without.from + without.where
@@ -726,7 +725,8 @@ std::optional<std::int64_t> Database::indexedMatchingIndex(const SearchQuery& qu
         key = "qv_filename_search_rank(s.filename,?)";
         keyParams.push_back(query.text);
     }
-    const Matches target = matches(query, onlineScope(state.online), nullptr, storedKeys(), testsTextByRow(query));
+    const bool rowText = testsTextByRow(query);
+    const Matches target = matches(query, onlineScope(state.online), nullptr, storedKeys(), rowText);
     Statement find(db, "SELECT s.filename," + key + " FROM " + target.from + target.where + " AND s.id=?");
     bindTexts(find, keyParams);
     bindTexts(find, target.params, static_cast<int>(keyParams.size()) + 1);
@@ -778,7 +778,7 @@ std::optional<std::int64_t> Database::indexedMatchingIndex(const SearchQuery& qu
         ahead = nameAhead(descending);
     }
 
-    const Matches counted = matches(query, onlineScope(state.online), nullptr, storedKeys(), testsTextByRow(query));
+    const Matches counted = matches(query, onlineScope(state.online), nullptr, storedKeys(), rowText);
     Statement count(db, "SELECT count(*) FROM " + counted.from + counted.where + " AND (" + ahead + ")");
     bindTexts(count, counted.params);
     int position = static_cast<int>(counted.params.size()) + 1;

@@ -57,9 +57,7 @@ private:
 
 // The phrases of a search text as the full-text query parses them: each search token,
 // quoted, tokenised again in query mode.
-struct Phrases {
-    std::vector<Phrase> list;
-};
+using Phrases = std::vector<Phrase>;
 
 // A phrase without a token ("#" alone) occurs nowhere, as FTS5 matches it to nothing.
 bool occurs(const Phrase& phrase, const std::vector<std::string>& tokens, std::size_t count)
@@ -105,14 +103,14 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
                 sqlite3_result_error_nomem(context);
                 return;
             }
-            parsed->list.emplace_back(tokens.begin(), tokens.begin() + static_cast<std::ptrdiff_t>(count));
+            parsed->emplace_back(tokens.begin(), tokens.begin() + static_cast<std::ptrdiff_t>(count));
         }
         phrases = parsed.get();
     }
     const auto keep = [&] {
         if (parsed) sqlite3_set_auxdata(context, 0, parsed.release(), [](void* p) { delete static_cast<Phrases*>(p); });
     };
-    if (phrases->list.empty()) {
+    if (phrases->empty()) {
         sqlite3_result_int(context, 0);
         keep();
         return;
@@ -120,8 +118,8 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
 
     thread_local std::vector<std::string> tokens;
     thread_local std::vector<char> found;
-    found.assign(phrases->list.size(), 0);
-    std::size_t left = phrases->list.size();
+    found.assign(phrases->size(), 0);
+    std::size_t left = phrases->size();
     for (int column = 2; column < argc && left > 0; ++column) {
         const std::string_view text = textOf(argv[column]);
         if (text.empty()) continue;
@@ -131,8 +129,8 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
             keep();
             return;
         }
-        for (std::size_t p = 0; p < phrases->list.size(); ++p) {
-            if (!found[p] && occurs(phrases->list[p], tokens, count)) {
+        for (std::size_t p = 0; p < phrases->size(); ++p) {
+            if (!found[p] && occurs((*phrases)[p], tokens, count)) {
                 found[p] = 1;
                 --left;
             }

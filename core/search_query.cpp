@@ -113,9 +113,8 @@ bool fullTextIds(const SearchQuery& query, std::string& sql, std::vector<std::st
 {
     std::vector<std::string> single;
     const std::string fts = ftsQuery(query.text);
-    if (fts.empty() || !effectiveGenres(query, single).empty() || query.playlistId || query.excludeMidi
-        || !query.type.empty() || !query.instrument.empty() || query.bpm || !query.key.empty() || !query.folder.empty()
-        || query.favoritesOnly) {
+    if (fts.empty() || !effectiveGenres(query, single).empty() || query.playlistId || hasColumnFilters(query)
+        || !query.folder.empty()) {
         return false;
     }
     sql = "SELECT rowid FROM sample_search WHERE sample_search MATCH ?";
@@ -127,8 +126,7 @@ bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::stri
 {
     std::vector<std::string> single;
     const auto& genres = effectiveGenres(query, single);
-    if (!searchTokens(query.text).empty() || query.excludeMidi || !query.type.empty() || !query.instrument.empty()
-        || query.bpm || !query.key.empty() || !query.folder.empty() || query.favoritesOnly
+    if (!searchTokens(query.text).empty() || hasColumnFilters(query) || !query.folder.empty()
         || genres.empty() == !query.playlistId) {
         return false;
     }
@@ -141,6 +139,12 @@ bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::stri
     appendGenreTest(genres, sql, params);
     sql += " AND sg.sample_id IS NOT NULL";
     return true;
+}
+
+bool hasColumnFilters(const SearchQuery& query)
+{
+    return query.excludeMidi || !query.type.empty() || !query.instrument.empty() || query.bpm || !query.key.empty()
+        || query.favoritesOnly;
 }
 
 bool narrowsResults(const SearchQuery& query)

@@ -74,6 +74,10 @@ bool fullTextIds(const SearchQuery& query, std::string& sql, std::vector<std::st
 // for a missing one, whatever the connection's foreign key setting.
 bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params);
 
+// Whether a filter tests a column of the sample itself: MIDI, type, instrument, tempo,
+// key or favourite (not the text, folder or membership).
+bool hasColumnFilters(const SearchQuery& query);
+
 // False when only the visibility terms apply, so every visible sample matches.
 bool narrowsResults(const SearchQuery& query);
 
