@@ -118,18 +118,22 @@ FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t 
     // A large page cache keeps the path and FTS indexes in memory while a million rows
     // go in; statement journals in memory spare every upsert dozens of temp-file writes.
     db.exec("PRAGMA cache_size=-262144; PRAGMA temp_store=MEMORY");
-    LibraryPlan plan(seed, indexMix(records));
     const MetadataParser parser;
     db.exec("BEGIN");
     try {
-        while (auto file = plan.next()) {
-            const std::size_t library = libraryFor(file->relativePath, seed);
-            const std::uint64_t hash = fnv1a(file->relativePath, seed);
-            db.upsert(recordFor(*file, kLibraries[library].path, hash, parser), libraryIds[library]);
-            if (file->kind == FileKind::HiddenCompanion) ++summary.hiddenRows;
-            if (++summary.records % kBatch == 0) {
-                db.exec("COMMIT");
-                db.exec("BEGIN");
+        // One library after another, as the scanner adds them, so that each library's
+        // rows hold a run of ids: the same plan is drawn once per library.
+        for (std::size_t library = 0; library < kLibraries.size(); ++library) {
+            LibraryPlan plan(seed, indexMix(records));
+            while (auto file = plan.next()) {
+                if (libraryFor(file->relativePath, seed) != library) continue;
+                const std::uint64_t hash = fnv1a(file->relativePath, seed);
+                db.upsert(recordFor(*file, kLibraries[library].path, hash, parser), libraryIds[library]);
+                if (file->kind == FileKind::HiddenCompanion) ++summary.hiddenRows;
+                if (++summary.records % kBatch == 0) {
+                    db.exec("COMMIT");
+                    db.exec("BEGIN");
+                }
             }
         }
         db.exec("COMMIT");

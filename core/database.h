@@ -171,7 +171,8 @@ private:
     std::int64_t indexedCountMatching(const SearchQuery& query) const;
     const std::vector<std::string>* storedKeys() const;
     std::int64_t cachedCount(const std::string& sql, const std::vector<std::string>& params) const;
-    const std::vector<std::int64_t>& excludedIds() const;
+    struct ExcludedRows;
+    const ExcludedRows& excludedRows() const;
     bool looksUp(std::size_t matches) const;
     const std::vector<std::int64_t>& fullTextMatches(const std::string& sql,
                                                      const std::vector<std::string>& params) const;

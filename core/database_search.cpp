@@ -388,25 +388,97 @@ bool Database::testsTextByRow(const SearchQuery& query) const
     return false;
 }
 
-// Every id the count leaves out (hidden rows, and the rows of offline libraries or of
-// none when a library is offline), sorted; read once per state of the file.
-const std::vector<std::int64_t>& Database::excludedIds() const
+namespace {
+
+// More alternations than this between left-out and counted rows, in id order, and the
+// left-out rows are listed one by one instead.
+constexpr std::size_t kExcludedRanges = 64;
+
+// Id ranges that hold only rows of these libraries (nullopt: rows without one) and
+// every such row, found by seeking the library index at the edges where the libraries
+// alternate; nullopt when they alternate too often.
+std::optional<std::vector<std::pair<std::int64_t, std::int64_t>>>
+libraryRanges(sqlite3* db, const std::vector<std::optional<std::int64_t>>& left, const std::vector<std::int64_t>& kept)
+{
+    // The first id above, or the last below, `bound` among a library's rows.
+    const auto edge = [&](const std::optional<std::int64_t>& library, bool last, std::int64_t bound) {
+        Statement st(db, std::string("SELECT ") + (last ? "max" : "min") + "(id) FROM samples WHERE "
+                             + (library ? "library_id=?2" : "library_id IS NULL") + " AND id" + (last ? "<" : ">")
+                             + "?1");
+        st.bind(1, bound);
+        if (library) st.bind(2, *library);
+        return st.step() && !st.isNull(0) ? std::optional(st.columnInt64(0)) : std::nullopt;
+    };
+    // The nearest edge over several libraries.
+    const auto nearest = [&](const auto& libraries, bool last, std::int64_t bound) {
+        std::optional<std::int64_t> best;
+        for (const auto& library : libraries) {
+            const auto id = edge(library, last, bound);
+            if (id && (!best || (last ? *id > *best : *id < *best))) best = id;
+        }
+        return best;
+    };
+
+    std::vector<std::pair<std::int64_t, std::int64_t>> ranges;
+    std::vector<std::optional<std::int64_t>> keptLibraries(kept.begin(), kept.end());
+    std::optional<std::int64_t> from = nearest(left, false, std::numeric_limits<std::int64_t>::min());
+    while (from) {
+        if (ranges.size() == kExcludedRanges) return std::nullopt;
+        const auto counted = nearest(keptLibraries, false, *from);
+        // The last left-out row before the next counted one; there is one: `from`.
+        const auto to = nearest(left, true, counted ? *counted : std::numeric_limits<std::int64_t>::max());
+        ranges.emplace_back(*from, *to);
+        from = counted ? nearest(left, false, *counted) : std::nullopt;
+    }
+    return ranges;
+}
+
+} // namespace
+
+// The rows the count leaves out: hidden rows, and the rows of offline libraries or of
+// none when a library is offline. Read once per state of the file.
+const Database::ExcludedRows& Database::excludedRows() const
 {
     SearchState& state = currentSearchState();
     if (!state.excluded) {
         sqlite3* db = _db.get();
+        ExcludedRows excluded;
         std::vector<std::int64_t> ids = readIds(db, std::string("SELECT rowid") + kHiddenRows, {});
         if (!state.offline.empty()) {
-            // Apart, not as one OR: each comes from the library index in id order, where
-            // the OR would first collect and sort every row id.
-            for (const std::string& where : {"library_id IN " + state.offline, std::string("library_id IS NULL")}) {
-                const auto more = readIds(db, "SELECT id FROM samples WHERE " + where, {});
-                ids.insert(ids.end(), more.begin(), more.end());
+            std::vector<std::optional<std::int64_t>> left = {std::nullopt};
+            for (const std::int64_t id : readIds(db, "SELECT id FROM libraries WHERE id IN " + state.offline, {})) {
+                left.emplace_back(id);
+            }
+            // Every other library the rows name, listed or not, by skipping through the
+            // library index.
+            std::vector<std::int64_t> kept;
+            std::optional<std::int64_t> library = std::numeric_limits<std::int64_t>::min();
+            while (kept.size() <= kExcludedRanges) {
+                Statement next(db, "SELECT min(library_id) FROM samples WHERE library_id>?");
+                next.bind(1, *library);
+                if (!next.step() || next.isNull(0)) break;
+                library = next.columnInt64(0);
+                if (std::find(left.begin(), left.end(), library) == left.end()) kept.push_back(*library);
+            }
+            auto ranges = kept.size() <= kExcludedRanges ? libraryRanges(db, left, kept) : std::nullopt;
+            if (ranges) {
+                // Libraries usually hold runs of ids, which a count checks by their ends
+                // instead of listing each of a large offline drive's rows.
+                excluded.ranges = std::move(*ranges);
+                std::erase_if(ids, [&](std::int64_t id) { return inRanges(excluded.ranges, id); });
+            } else {
+                // Apart, not as one OR: each comes from the library index in id order,
+                // where the OR would first collect and sort every row id.
+                for (const std::string& where : {"library_id IN " + state.offline, std::string("library_id IS NULL")}) {
+                    const auto more = readIds(db, "SELECT id FROM samples WHERE " + where, {});
+                    ids.insert(ids.end(), more.begin(), more.end());
+                }
             }
         }
         std::sort(ids.begin(), ids.end());
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-        state.excluded = std::move(ids);
+        excluded.ids = std::move(ids);
+        state.excluded = std::move(excluded);
     }
     return *state.excluded;
 }
@@ -440,7 +512,10 @@ const std::vector<std::int64_t>& Database::fullTextMatches(const std::string& sq
     std::string key = cacheKey(sql, params);
     if (state.fullTextKey != key) {
         state.fullTextIds = readIds(_db.get(), sql, params);
-        std::sort(state.fullTextIds.begin(), state.fullTextIds.end());
+        // The full-text table returns them in rowid order already.
+        if (!std::is_sorted(state.fullTextIds.begin(), state.fullTextIds.end())) {
+            std::sort(state.fullTextIds.begin(), state.fullTextIds.end());
+        }
         state.fullTextKey = std::move(key);
     }
     return state.fullTextIds;
@@ -465,13 +540,35 @@ std::int64_t Database::listedCount(const std::string& sql, const std::vector<std
 // How many of these sorted ids the count leaves out.
 std::int64_t Database::excludedAmong(const std::vector<std::int64_t>& ids) const
 {
-    const auto& excluded = excludedIds();
+    const ExcludedRows& excluded = excludedRows();
     std::int64_t found = 0;
-    auto skip = excluded.begin();
-    for (const std::int64_t id : ids) {
-        skip = std::lower_bound(skip, excluded.end(), id);
-        if (skip == excluded.end()) break;
-        if (*skip == id) ++found;
+    for (const auto& [first, last] : excluded.ranges) {
+        found += std::upper_bound(ids.begin(), ids.end(), last) - std::lower_bound(ids.begin(), ids.end(), first);
+    }
+    const bool fewer = ids.size() <= excluded.ids.size();
+    const auto& shorter = fewer ? ids : excluded.ids;
+    const auto& longer = fewer ? excluded.ids : ids;
+    if (shorter.size() * 16 < longer.size()) {
+        // Each of a few ids searched for among many.
+        auto from = longer.begin();
+        for (const std::int64_t id : shorter) {
+            from = std::lower_bound(from, longer.end(), id);
+            if (from == longer.end()) break;
+            if (*from == id) ++found;
+        }
+        return found;
+    }
+    // Lists of like size: one merge, where a search per id cost more than reading the list.
+    auto a = shorter.begin();
+    auto b = longer.begin();
+    while (a != shorter.end() && b != longer.end()) {
+        if (*a < *b) {
+            ++a;
+        } else if (*b < *a) {
+            ++b;
+        } else {
+            ++found, ++a, ++b;
+        }
     }
     return found;
 }

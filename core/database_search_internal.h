@@ -4,7 +4,9 @@
 #include "core/database.h"
 #include "core/sample.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -21,6 +23,19 @@ Sample sampleFromSearchRow(const Statement& st);
 
 void bindTexts(Statement& st, const std::vector<std::string>& params, int first = 1);
 
+// Rows the count leaves out: id ranges holding no row it counts, and the other such ids.
+struct Database::ExcludedRows {
+    std::vector<std::pair<std::int64_t, std::int64_t>> ranges; // inclusive, ascending, apart
+    std::vector<std::int64_t> ids;                             // sorted, outside the ranges
+};
+
+inline bool inRanges(const std::vector<std::pair<std::int64_t, std::int64_t>>& ranges, std::int64_t id)
+{
+    const auto after = std::upper_bound(ranges.begin(), ranges.end(), id,
+                                        [](std::int64_t value, const auto& range) { return value < range.first; });
+    return after != ranges.begin() && id <= std::prev(after)->second;
+}
+
 // What the indexed plan reads once per state of the file. Any write, by this connection
 // (total changes) or another (data version), starts a new one.
 struct Database::SearchState {
@@ -33,7 +48,7 @@ struct Database::SearchState {
     // to list, and a key filter then keeps its written form.
     std::optional<std::vector<std::string>> keys;
     bool keysRead = false;
-    std::optional<std::vector<std::int64_t>> excluded; // see Database::excludedIds
+    std::optional<ExcludedRows> excluded; // see Database::excludedRows
     std::optional<std::int64_t> excludedCount;
     std::string fullTextKey; // the last full-text statement and its parameters
     std::vector<std::int64_t> fullTextIds;
