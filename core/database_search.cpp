@@ -398,13 +398,19 @@ constexpr std::size_t kExcludedRanges = 64;
 // every such row, found by seeking the library index at the edges where the libraries
 // alternate; nullopt when they alternate too often.
 std::optional<std::vector<std::pair<std::int64_t, std::int64_t>>>
-libraryRanges(sqlite3* db, const std::vector<std::optional<std::int64_t>>& left, const std::vector<std::int64_t>& kept)
+libraryRanges(sqlite3* db, StatementCache& cache, const std::vector<std::optional<std::int64_t>>& left,
+              const std::vector<std::int64_t>& kept)
 {
+    // [last][library]: prepared once per connection, as a range costs several of each.
+    static constexpr const char* kEdges[2][2] = {
+        {"SELECT min(id) FROM samples WHERE library_id IS NULL AND id>?1",
+         "SELECT min(id) FROM samples WHERE library_id=?2 AND id>?1"},
+        {"SELECT max(id) FROM samples WHERE library_id IS NULL AND id<?1",
+         "SELECT max(id) FROM samples WHERE library_id=?2 AND id<?1"},
+    };
     // The first id above, or the last below, `bound` among a library's rows.
     const auto edge = [&](const std::optional<std::int64_t>& library, bool last, std::int64_t bound) {
-        Statement st(db, std::string("SELECT ") + (last ? "max" : "min") + "(id) FROM samples WHERE "
-                             + (library ? "library_id=?2" : "library_id IS NULL") + " AND id" + (last ? "<" : ">")
-                             + "?1");
+        Statement st(db, cache, kEdges[last][library.has_value()]);
         st.bind(1, bound);
         if (library) st.bind(2, *library);
         return st.step() && !st.isNull(0) ? std::optional(st.columnInt64(0)) : std::nullopt;
@@ -454,13 +460,13 @@ const Database::ExcludedRows& Database::excludedRows() const
             std::vector<std::int64_t> kept;
             std::optional<std::int64_t> library = std::numeric_limits<std::int64_t>::min();
             while (kept.size() <= kExcludedRanges) {
-                Statement next(db, "SELECT min(library_id) FROM samples WHERE library_id>?");
+                Statement next(db, _statements, "SELECT min(library_id) FROM samples WHERE library_id>?");
                 next.bind(1, *library);
                 if (!next.step() || next.isNull(0)) break;
                 library = next.columnInt64(0);
                 if (std::find(left.begin(), left.end(), library) == left.end()) kept.push_back(*library);
             }
-            auto ranges = kept.size() <= kExcludedRanges ? libraryRanges(db, left, kept) : std::nullopt;
+            auto ranges = kept.size() <= kExcludedRanges ? libraryRanges(db, _statements, left, kept) : std::nullopt;
             if (ranges) {
                 // Libraries usually hold runs of ids, which a count checks by their ends
                 // instead of listing each of a large offline drive's rows.
