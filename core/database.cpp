@@ -1,7 +1,9 @@
 #include "core/database.h"
+
 #include "core/database_search_internal.h"
 
 #include "core/full_text_match.h"
+#include "core/name_order.h"
 #include "core/search_rank.h"
 #include "core/statement.h"
 
@@ -32,6 +34,7 @@ Database::Database(const std::filesystem::path& path, const OpenProgress& progre
         throwSqliteError(handle);
     }
     _fullTextBudget = registerFullTextMatch(handle);
+    _nameOrder = std::make_unique<NameOrder>(handle);
     // Checkpointing the log less often writes each hot index page of a scan to the file
     // once per few thousand commits instead of once per few hundred.
     exec("PRAGMA journal_mode=WAL; PRAGMA foreign_keys=ON; PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=8000;");

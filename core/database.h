@@ -31,6 +31,7 @@ struct sqlite3;
 namespace qv {
 
 class FullTextRowBudget;
+class NameOrder;
 
 // Which SQL answers searches. Both give the same counts, rows, order, positions and
 // value lists. Indexed is what the application uses; Reference is the SQL as first
@@ -180,6 +181,9 @@ private:
     std::int64_t excludedAmong(const std::vector<std::int64_t>& ids) const;
     std::int64_t memberCount(const std::string& sql, const std::vector<std::string>& params) const;
     std::vector<std::int64_t> pageIds(const SearchQuery& query) const;
+    std::optional<std::vector<std::int64_t>> rankedPageIds(const SearchQuery& query,
+                                                           const std::vector<std::int64_t>& matches) const;
+    const std::vector<std::int64_t>* exactNameMatches(const std::vector<std::string>& tokens) const;
     bool walks(const SearchQuery& query) const;
     bool testsTextByRow(const SearchQuery& query) const;
     std::vector<std::int64_t> segmentedPageIds(const SearchQuery& query) const;
@@ -198,6 +202,7 @@ private:
     FullTextRowBudget* _fullTextBudget = nullptr; // owned by the connection; null without FTS5
     // Declared after the connection so that it is finalized before the connection closes.
     mutable StatementCache _statements;
+    std::unique_ptr<NameOrder> _nameOrder; // hooked into the connection: released before it
 
     struct ScanGroup {
         int batches = 0; // ScanBatch objects alive

@@ -52,6 +52,8 @@ struct Database::SearchState {
     std::optional<std::int64_t> excludedCount;
     std::string fullTextKey; // the last full-text statement and its parameters
     std::vector<std::int64_t> fullTextIds;
+    std::string exactKey; // the last exact-word full-text expression
+    std::vector<std::int64_t> exactIds;
     // Counts whose text the row test gave up on (see Database::testsTextByRow).
     std::unordered_set<std::string> rowTextRefused;
 };

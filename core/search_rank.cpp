@@ -188,11 +188,20 @@ void prepareQuery(Scratch& w, std::string_view query)
 
 } // namespace
 
+namespace {
+
+std::string_view stemOf(std::string_view filename)
+{
+    const auto dot = filename.rfind('.');
+    return dot == std::string_view::npos ? filename : filename.substr(0, dot);
+}
+
+} // namespace
+
 int filenameSearchRank(std::string_view filename, std::string_view query)
 {
     thread_local Scratch w;
-    const auto dot = filename.rfind('.');
-    const std::string_view stem = dot == std::string_view::npos ? filename : filename.substr(0, dot);
+    const std::string_view stem = stemOf(filename);
 
     prepareQuery(w, query);
     tokenize(stem, w.nameText, w.s);
@@ -202,6 +211,18 @@ int filenameSearchRank(std::string_view filename, std::string_view query)
     const int exact = score(w, false, 100000);
     if (exact < kNoMatchRank) return exact;
     return score(w, true, 400000);
+}
+
+int stemTokenCount(std::string_view filename)
+{
+    int count = 0;
+    bool inToken = false;
+    for (const char c : stemOf(filename)) {
+        const bool token = isTokenByte(static_cast<unsigned char>(c));
+        if (token && !inToken) ++count;
+        inToken = token;
+    }
+    return count;
 }
 
 void searchRankSql(sqlite3_context* context, int argc, sqlite3_value** argv)

@@ -28,6 +28,10 @@ std::string ftsQuery(std::string_view text);
 
 int filenameSearchRank(std::string_view filename, std::string_view query);
 
+// How many tokens the file name's stem (the name without its last ".extension") has:
+// the name tokens filenameSearchRank compares the query against.
+int stemTokenCount(std::string_view filename);
+
 // The SQL function "qv_filename_search_rank"(filename, query text).
 void searchRankSql(sqlite3_context* context, int argc, sqlite3_value** argv);
 

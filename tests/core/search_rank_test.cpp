@@ -32,6 +32,17 @@ TEST(SearchTokens, SplitOnPunctuationLowerCaseAsciiAndKeepUtf8Bytes)
     for (const auto& c : cases) EXPECT_EQ(qv::searchTokens(c.text), c.tokens) << c.text;
 }
 
+// The count a ranked page groups names by must be the token count the rank sees.
+TEST(StemTokenCount, IsTheTokenCountOfTheNameWithoutItsExtension)
+{
+    for (const std::string name : {"Kick_808-C#.wav", "Kick.wav", ".wav", "a.b.c", "no extension", "Kick.", "..",
+                                   "##.aif", "Caf\xC3\x89 \xE2\x80\x94 Loop.wav", "\xFF.\xFE x", "", "_-_.wav"}) {
+        const auto dot = name.rfind('.');
+        const auto expected = qv::searchTokens(dot == std::string::npos ? name : name.substr(0, dot)).size();
+        EXPECT_EQ(qv::stemTokenCount(name), static_cast<int>(expected)) << name;
+    }
+}
+
 TEST(FtsQuery, EveryTokenIsAQuotedRequiredPrefix)
 {
     EXPECT_EQ(qv::ftsQuery("Kick 808"), "\"kick\"* AND \"808\"*");

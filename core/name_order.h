@@ -1,0 +1,55 @@
+// Each visible sample's place in name order (the name without case, then the id) and
+// its stem's token count, read once from the name index. A ranked page uses them to
+// read the matches that can rank best, name by name, instead of ranking every match.
+//
+// Kept exact without reading everything again: the update hook lists the rows this
+// connection writes, and callers read those afresh. Too many of them, or a write by
+// another connection (a new data version), and it is read again on the next refresh.
+// Used under the database mutex.
+#pragma once
+
+#include <cstdint>
+#include <unordered_set>
+#include <vector>
+
+struct sqlite3;
+
+namespace qv {
+
+class NameOrder {
+public:
+    static constexpr std::uint32_t kAbsent = UINT32_MAX;
+    static constexpr int kMaxWords = 255; // counts above it are kept as it
+
+    explicit NameOrder(sqlite3* db); // registers the connection's update hook
+    ~NameOrder();
+    NameOrder(const NameOrder&) = delete;
+    NameOrder& operator=(const NameOrder&) = delete;
+
+    // Up to date with the file at `dataVersion`; false when it cannot serve, because
+    // row ids are too sparse to index by.
+    bool refresh(std::int64_t dataVersion);
+
+    // Written since it was read: its place and count are unknown.
+    bool touched(std::int64_t id) const { return _touched.contains(id); }
+    // kAbsent for a row that was not visible when read (and is not touched).
+    std::uint32_t place(std::int64_t id) const
+    {
+        return id >= 0 && static_cast<std::uint64_t>(id) < _place.size() ? _place[static_cast<std::size_t>(id)] : kAbsent;
+    }
+    int words(std::int64_t id) const { return _words[static_cast<std::size_t>(id)]; }
+
+private:
+    static void rowWritten(void* self, int operation, const char* database, const char* table, std::int64_t id);
+    void read();
+
+    sqlite3* _db;
+    std::vector<std::uint32_t> _place;
+    std::vector<std::uint8_t> _words;
+    std::unordered_set<std::int64_t> _touched;
+    bool _current = false;
+    bool _usable = false;
+    std::int64_t _dataVersion = -1;
+};
+
+} // namespace qv
