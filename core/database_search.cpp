@@ -701,7 +701,8 @@ const std::vector<std::int64_t>* Database::exactNameMatches(const std::vector<st
     }
     SearchState& state = currentSearchState();
     if (state.exactKey != expression) {
-        state.exactIds = readIds(_db.get(), "SELECT rowid FROM sample_search WHERE sample_search MATCH ?", {expression});
+        state.exactIds =
+            readIds(_db.get(), "SELECT rowid FROM sample_search WHERE sample_search MATCH ?", {expression});
         if (!std::is_sorted(state.exactIds.begin(), state.exactIds.end())) {
             std::sort(state.exactIds.begin(), state.exactIds.end());
         }
@@ -746,7 +747,9 @@ std::optional<std::vector<std::int64_t>> Database::rankedPageIds(const SearchQue
     const std::vector<std::string> tokens = searchTokens(query.text);
     const int q = static_cast<int>(tokens.size());
     const Window window = windowOf(query);
-    if (window.limit < 0 || q >= NameOrder::kMaxWords || !_nameOrder->refresh(state.dataVersion)) return std::nullopt;
+    if (window.limit < 0 || q >= NameOrder::kMaxWords || !_nameOrder->refresh(state.dataVersion)) {
+        return std::nullopt;
+    }
     const NameOrder& order = *_nameOrder;
     const std::int64_t need = window.offset + window.limit;
     const std::vector<std::int64_t>* exact = exactNameMatches(tokens);
@@ -786,13 +789,15 @@ std::optional<std::vector<std::int64_t>> Database::rankedPageIds(const SearchQue
     std::vector<Ranked> known;
     std::priority_queue<int, std::vector<int>, std::greater<>> unsettled; // ranks not yet below a bound
     std::int64_t below = 0;
-    const auto rankRows = [&](std::vector<std::int64_t>::const_iterator first, std::vector<std::int64_t>::const_iterator last) {
+    using Ids = std::vector<std::int64_t>;
+    const auto rankRows = [&](Ids::const_iterator first, Ids::const_iterator last) {
         if (first == last) return;
-        Statement st(_db.get(), "SELECT s.id,s.filename FROM samples s INDEXED BY " + std::string(kById) + " WHERE s.id IN "
-                         + literalList({first, last}) + kVisible + onlineScope(state.online));
+        Statement st(_db.get(), "SELECT s.id,s.filename FROM samples s INDEXED BY " + std::string(kById)
+                         + " WHERE s.id IN " + literalList({first, last}) + kVisible + onlineScope(state.online));
         while (st.step()) {
             const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(st.handle(), 1));
-            const std::string_view filename(name ? name : "", static_cast<std::size_t>(sqlite3_column_bytes(st.handle(), 1)));
+            const std::string_view filename(name ? name : "",
+                                            static_cast<std::size_t>(sqlite3_column_bytes(st.handle(), 1)));
             known.push_back({st.columnInt64(0), filenameSearchRank(filename, query.text)});
             unsettled.push(known.back().rank);
         }

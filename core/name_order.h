@@ -35,7 +35,8 @@ public:
     // kAbsent for a row that was not visible when read (and is not touched).
     std::uint32_t place(std::int64_t id) const
     {
-        return id >= 0 && static_cast<std::uint64_t>(id) < _place.size() ? _place[static_cast<std::size_t>(id)] : kAbsent;
+        const auto at = static_cast<std::uint64_t>(id);
+        return id >= 0 && at < _place.size() ? _place[static_cast<std::size_t>(at)] : kAbsent;
     }
     int words(std::int64_t id) const { return _words[static_cast<std::size_t>(id)]; }
 
