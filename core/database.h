@@ -181,6 +181,7 @@ private:
     std::int64_t excludedAmong(const std::vector<std::int64_t>& ids) const;
     std::int64_t memberCount(const std::string& sql, const std::vector<std::string>& params) const;
     std::vector<std::int64_t> pageIds(const SearchQuery& query) const;
+    std::vector<std::int64_t> pageAmong(const SearchQuery& query, const std::vector<std::int64_t>& ids) const;
     std::optional<std::vector<std::int64_t>> rankedPageIds(const SearchQuery& query,
                                                            const std::vector<std::int64_t>& matches) const;
     const std::vector<std::int64_t>* exactNameMatches(const std::vector<std::string>& tokens) const;

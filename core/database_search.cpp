@@ -270,6 +270,15 @@ std::vector<std::int64_t> readIds(sqlite3* db, const std::string& sql, const std
     return ids;
 }
 
+// Full-text ids: the table returns them in rowid order already, so they are sorted only
+// when they are not.
+std::vector<std::int64_t> sortedIds(sqlite3* db, const std::string& sql, const std::vector<std::string>& params)
+{
+    std::vector<std::int64_t> ids = readIds(db, sql, params);
+    if (!std::is_sorted(ids.begin(), ids.end())) std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
 } // namespace
 
 void Database::setSearchPlan(SearchPlan plan)
@@ -520,11 +529,7 @@ const std::vector<std::int64_t>& Database::fullTextMatches(const std::string& sq
     SearchState& state = currentSearchState();
     std::string key = cacheKey(sql, params);
     if (state.fullTextKey != key) {
-        state.fullTextIds = readIds(_db.get(), sql, params);
-        // The full-text table returns them in rowid order already.
-        if (!std::is_sorted(state.fullTextIds.begin(), state.fullTextIds.end())) {
-            std::sort(state.fullTextIds.begin(), state.fullTextIds.end());
-        }
+        state.fullTextIds = sortedIds(_db.get(), sql, params);
         state.fullTextKey = std::move(key);
     }
     return state.fullTextIds;
@@ -663,14 +668,7 @@ std::vector<std::int64_t> Database::pageIds(const SearchQuery& query) const
         std::vector<std::string> listParams;
         if (fullTextIds(query, listed, listParams)) {
             const auto& ids = fullTextMatches(listed, listParams);
-            if (looksUp(ids.size())) {
-                if (ids.empty()) return {};
-                return readIds(_db.get(),
-                               "SELECT s.id FROM samples s INDEXED BY " + std::string(kById) + " WHERE s.id IN "
-                                   + literalList(ids) + kVisible + onlineScope(state.online) + " ORDER BY " + order
-                                   + window.sql(),
-                               orderParams);
-            }
+            if (looksUp(ids.size())) return pageAmong(query, ids);
             if (rankedByText(query)) {
                 if (auto page = rankedPageIds(query, ids)) return *page;
             }
@@ -683,6 +681,19 @@ std::vector<std::int64_t> Database::pageIds(const SearchQuery& query) const
     Matches m = matches(query, onlineScope(state.online), walkIndex, storedKeys(), rowText);
     m.params.insert(m.params.end(), orderParams.begin(), orderParams.end());
     return readIds(_db.get(), "SELECT s.id FROM " + m.from + m.where + " ORDER BY " + order + window.sql(), m.params);
+}
+
+// The query's page among these ids, in its written order, from the narrow by-id index.
+std::vector<std::int64_t> Database::pageAmong(const SearchQuery& query, const std::vector<std::int64_t>& ids) const
+{
+    if (ids.empty()) return {};
+    std::vector<std::string> params;
+    const std::string order = searchOrder(query, params);
+    return readIds(_db.get(),
+                   "SELECT s.id FROM samples s INDEXED BY " + std::string(kById) + " WHERE s.id IN " + literalList(ids)
+                       + kVisible + onlineScope(currentSearchState().online) + " ORDER BY " + order
+                       + windowOf(query).sql(),
+                   params);
 }
 
 // The rows whose name holds every query token as a word, among others: the full-text
@@ -702,10 +713,7 @@ const std::vector<std::int64_t>* Database::exactNameMatches(const std::vector<st
     SearchState& state = currentSearchState();
     if (state.exactKey != expression) {
         state.exactIds =
-            readIds(_db.get(), "SELECT rowid FROM sample_search WHERE sample_search MATCH ?", {expression});
-        if (!std::is_sorted(state.exactIds.begin(), state.exactIds.end())) {
-            std::sort(state.exactIds.begin(), state.exactIds.end());
-        }
+            sortedIds(_db.get(), "SELECT rowid FROM sample_search WHERE sample_search MATCH ?", {expression});
         state.exactKey = std::move(expression);
     }
     return &state.exactIds;
@@ -795,10 +803,7 @@ std::optional<std::vector<std::int64_t>> Database::rankedPageIds(const SearchQue
         Statement st(_db.get(), "SELECT s.id,s.filename FROM samples s INDEXED BY " + std::string(kById)
                          + " WHERE s.id IN " + literalList({first, last}) + kVisible + onlineScope(state.online));
         while (st.step()) {
-            const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(st.handle(), 1));
-            const std::string_view filename(name ? name : "",
-                                            static_cast<std::size_t>(sqlite3_column_bytes(st.handle(), 1)));
-            known.push_back({st.columnInt64(0), filenameSearchRank(filename, query.text)});
+            known.push_back({st.columnInt64(0), filenameSearchRank(st.columnView(1), query.text)});
             unsettled.push(known.back().rank);
         }
     };
@@ -807,14 +812,7 @@ std::optional<std::vector<std::int64_t>> Database::rankedPageIds(const SearchQue
         for (const Ranked& row : known) {
             if (row.rank <= bound) ids.push_back(row.id);
         }
-        if (ids.empty()) return ids;
-        std::vector<std::string> params;
-        const std::string sqlOrder = searchOrder(query, params);
-        return readIds(_db.get(),
-                       "SELECT s.id FROM samples s INDEXED BY " + std::string(kById) + " WHERE s.id IN "
-                           + literalList(ids) + kVisible + onlineScope(state.online) + " ORDER BY " + sqlOrder
-                           + window.sql(),
-                       params);
+        return pageAmong(query, ids);
     };
 
     rankRows(touched.begin(), touched.end());

@@ -71,11 +71,8 @@ void NameOrder::read()
     bool negative = false;
     while (st.step()) {
         const std::int64_t id = st.columnInt64(0);
-        const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(st.handle(), 1));
-        const std::string_view filename(name ? name : "",
-                                        static_cast<std::size_t>(sqlite3_column_bytes(st.handle(), 1)));
         ids.push_back(id);
-        words.push_back(static_cast<std::uint8_t>(std::min(stemTokenCount(filename), kMaxWords)));
+        words.push_back(static_cast<std::uint8_t>(std::min(stemTokenCount(st.columnView(1)), kMaxWords)));
         highest = std::max(highest, id);
         negative = negative || id < 0;
     }

@@ -157,9 +157,14 @@ double Statement::columnDouble(int column) const
 
 std::string Statement::columnText(int column) const
 {
+    return std::string(columnView(column));
+}
+
+std::string_view Statement::columnView(int column) const
+{
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(_stmt, column));
     if (!text) return {};
-    return std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(_stmt, column)));
+    return {text, static_cast<std::size_t>(sqlite3_column_bytes(_stmt, column))};
 }
 
 Transaction::Transaction(sqlite3* db)

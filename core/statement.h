@@ -76,6 +76,7 @@ public:
     std::int64_t columnInt64(int column) const;
     double columnDouble(int column) const;
     std::string columnText(int column) const; // NULL reads as ""
+    std::string_view columnView(int column) const; // the same, valid until the next step
 
     sqlite3_stmt* handle() const { return _stmt; }
 
