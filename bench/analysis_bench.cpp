@@ -2,9 +2,9 @@
 // 44.1 kHz, stereo, 16-bit loop, and MetadataParser::parse on a typical pack path, next
 // to the cost of merely reading the same file's bytes (warm page cache). Bytes per second
 // are the file's size over the time per file.
-#include "core/audio_structure_analyzer.h"
-#include "core/metadata_parser.h"
-#include "support/wave_writer.h"
+#include "audio/audio_structure_analyzer.h"
+#include "inference/metadata_parser.h"
+#include "wave_writer.h"
 
 #include <benchmark/benchmark.h>
 

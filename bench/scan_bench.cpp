@@ -6,9 +6,9 @@
 //   scan_bench [--files N] [--dir DIR]
 //
 // The library is generated once into DIR (default under the temp folder) and reused.
-#include "bench/library_generator.h"
-#include "core/database.h"
-#include "core/library_scanner.h"
+#include "library_generator.h"
+#include "db/database.h"
+#include "scan/library_scanner.h"
 
 #include <algorithm>
 #include <chrono>

@@ -13,10 +13,10 @@
 //
 // The database is generated once (without audio) and reused: by default
 // bench-data/search-<N>.db next to this executable.
-#include "bench/database_filler.h"
-#include "core/database.h"
-#include "core/search_query.h"
-#include "core/search_rank.h"
+#include "database_filler.h"
+#include "db/database.h"
+#include "search/search_query.h"
+#include "search/search_rank.h"
 
 #include <sqlite3.h>
 

@@ -1,6 +1,6 @@
-#include "cli/arguments.h"
+#include "arguments.h"
 
-#include "cli/cli_context.h"
+#include "cli_context.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -2,8 +2,8 @@
 // mistakes reported as UserError before the index is touched.
 #pragma once
 
-#include "core/database.h"
-#include "core/sample.h"
+#include "db/database.h"
+#include "sample.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "cli/cli_context.h"
+#include "cli_context.h"
 
 #include <nlohmann/json.hpp>
 

@@ -2,7 +2,7 @@
 // opened on first use so that `--help` and argument errors never touch the database.
 #pragma once
 
-#include "core/database.h"
+#include "db/database.h"
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -1,10 +1,10 @@
 // The user's own metadata: `favorite ID on|off`, `set-type TYPE|auto ID...`,
 // `folder-type DIR TYPE|auto`, `folder-instrument DIR NAME|auto` and
 // `folder-genre DIR GENRE add|remove`. Rescans keep all of them.
-#include "cli/arguments.h"
-#include "cli/cli_context.h"
-#include "cli/commands.h"
-#include "cli/json_output.h"
+#include "arguments.h"
+#include "cli_context.h"
+#include "commands.h"
+#include "json_output.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

@@ -1,11 +1,11 @@
 // `inspect FILE... [--root DIR]`: what indexing would store for a file, with the audio
 // measurement and both classification scores behind its type. Writes nothing.
-#include "cli/cli_context.h"
-#include "cli/commands.h"
-#include "cli/json_output.h"
+#include "cli_context.h"
+#include "commands.h"
+#include "json_output.h"
 
-#include "core/audio_structure_analyzer.h"
-#include "core/metadata_parser.h"
+#include "audio/audio_structure_analyzer.h"
+#include "inference/metadata_parser.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

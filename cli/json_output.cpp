@@ -1,4 +1,4 @@
-#include "cli/json_output.h"
+#include "json_output.h"
 
 #include <array>
 

@@ -6,8 +6,8 @@
 // path is lost: {"path": "/x/\uFFFD.wav", "pathBase64": "L3gv/y53YXY="}.
 #pragma once
 
-#include "core/database.h"
-#include "core/sample.h"
+#include "db/database.h"
+#include "sample.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 // `libraries`, `label ID TEXT` and `remove-library ID`.
-#include "cli/cli_context.h"
-#include "cli/commands.h"
-#include "cli/json_output.h"
+#include "cli_context.h"
+#include "commands.h"
+#include "json_output.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

@@ -1,8 +1,8 @@
 // quorvalinder-cli: the index from a terminal.
 //
 // Exit status: 0 success, 1 a user error (one line on stderr), 2 an internal error.
-#include "cli/cli_context.h"
-#include "cli/commands.h"
+#include "cli_context.h"
+#include "commands.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,10 +1,10 @@
 // `playlist list|create|delete|add|remove` and `tree`, the two halves of the sidebar.
-#include "cli/arguments.h"
-#include "cli/cli_context.h"
-#include "cli/commands.h"
-#include "cli/json_output.h"
+#include "arguments.h"
+#include "cli_context.h"
+#include "commands.h"
+#include "json_output.h"
 
-#include "core/folder_tree.h"
+#include "browse/folder_tree.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

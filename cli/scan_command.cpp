@@ -1,11 +1,11 @@
 // `scan [--full] DIR...`: index folders as libraries, with a live progress line on a
 // terminal and the application's closing summary.
-#include "cli/cli_context.h"
-#include "cli/commands.h"
-#include "cli/json_output.h"
+#include "cli_context.h"
+#include "commands.h"
+#include "json_output.h"
 
-#include "core/library_scanner.h"
-#include "core/scan_summary.h"
+#include "scan/library_scanner.h"
+#include "scan/scan_summary.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

@@ -1,9 +1,9 @@
 // `search [TEXT] [filters] [--sort ...] [--page N]` and `values FIELD [filters]`: the result
 // browser's query, page by page, and the values its filter menus would offer.
-#include "cli/arguments.h"
-#include "cli/cli_context.h"
-#include "cli/commands.h"
-#include "cli/json_output.h"
+#include "arguments.h"
+#include "cli_context.h"
+#include "commands.h"
+#include "json_output.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

@@ -1,4 +1,4 @@
-#include "core/sample.h"
+#include "sample.h"
 
 namespace qv {
 

@@ -14,5 +14,5 @@ fi
 bash "$root/tools/setup.sh"
 bash "$root/tools/build.sh" "$root/build" >/dev/null
 
-"$root/build/bench/qv-genlib" --out "$dir" --files 300 --seed 1
+"$root/build/testkit/qv-genlib" --out "$dir" --files 300 --seed 1
 echo "demo-library: add \"$dir\" to Quorvalinder as a library to see it indexed."

@@ -18,7 +18,7 @@ cat <<MSG
 
 Built in build/:
   build/cli/quorvalinder-cli   the index from a terminal (scan, libraries, inspect; --json)
-  build/bench/qv-genlib        a generator of realistic sample libraries
+  build/testkit/qv-genlib        a generator of realistic sample libraries
   build/tests/                 the test suites (ctest --test-dir build)
 
 The window does not exist yet; the index works from the terminal.

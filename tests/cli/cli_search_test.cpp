@@ -1,8 +1,8 @@
 // Search, edits, playlists and the folder tree through the built quorvalinder-cli, on a
 // small library of known names scanned into a fresh index.
 #include "cli/cli_runner.h"
-#include "support/temp_dir.h"
-#include "support/wave_writer.h"
+#include "temp_dir.h"
+#include "wave_writer.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,8 +1,8 @@
 // Runs the built quorvalinder-cli against generated libraries and reads its JSON.
-#include "bench/library_generator.h"
+#include "library_generator.h"
 #include "cli/cli_runner.h"
-#include "support/temp_dir.h"
-#include "support/wave_writer.h"
+#include "temp_dir.h"
+#include "wave_writer.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

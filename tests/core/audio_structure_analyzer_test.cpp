@@ -1,7 +1,7 @@
-#include "core/audio_structure_analyzer.h"
+#include "audio/audio_structure_analyzer.h"
 
-#include "support/temp_dir.h"
-#include "support/wave_writer.h"
+#include "temp_dir.h"
+#include "wave_writer.h"
 
 #include <gtest/gtest.h>
 

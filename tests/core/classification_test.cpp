@@ -1,4 +1,4 @@
-#include "core/metadata_parser.h"
+#include "inference/metadata_parser.h"
 
 #include <gtest/gtest.h>
 

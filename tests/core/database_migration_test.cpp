@@ -1,7 +1,7 @@
-#include "core/database.h"
-#include "core/database_migrations.h"
-#include "support/raw_db.h"
-#include "support/temp_dir.h"
+#include "db/database.h"
+#include "db/migrations.h"
+#include "raw_db.h"
+#include "temp_dir.h"
 
 #include <gtest/gtest.h>
 

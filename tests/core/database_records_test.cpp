@@ -1,4 +1,4 @@
-#include "core/database.h"
+#include "db/database.h"
 #include "support/index_test.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "core/folder_tree.h"
+#include "browse/folder_tree.h"
 
 #include <gtest/gtest.h>
 

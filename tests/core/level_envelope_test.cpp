@@ -1,4 +1,4 @@
-#include "core/level_envelope.h"
+#include "audio/level_envelope.h"
 
 #include <gtest/gtest.h>
 

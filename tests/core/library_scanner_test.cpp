@@ -1,9 +1,9 @@
-#include "core/database.h"
-#include "core/library_scanner.h"
-#include "bench/library_generator.h"
+#include "db/database.h"
+#include "scan/library_scanner.h"
+#include "library_generator.h"
 #include "support/index_test.h"
-#include "support/temp_dir.h"
-#include "support/wave_writer.h"
+#include "temp_dir.h"
+#include "wave_writer.h"
 
 #include <gtest/gtest.h>
 

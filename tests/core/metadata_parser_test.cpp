@@ -1,6 +1,6 @@
-#include "core/metadata_parser.h"
+#include "inference/metadata_parser.h"
 
-#include "support/temp_dir.h"
+#include "temp_dir.h"
 
 #include <gtest/gtest.h>
 

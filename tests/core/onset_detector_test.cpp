@@ -1,6 +1,6 @@
-#include "core/onset_detector.h"
+#include "audio/onset_detector.h"
 
-#include "core/audio_structure_analyzer.h"
+#include "audio/audio_structure_analyzer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/pagination_controller.h"
+#include "browse/pagination_controller.h"
 
 #include <gtest/gtest.h>
 

@@ -3,13 +3,13 @@
 // to one file, must agree on the count, every row of the page in order, positions and
 // filter value lists. Writes between batches, through either connection, check that
 // nothing the indexed plan keeps outlives a change.
-#include "core/database.h"
-#include "core/search_query.h"
-#include "core/search_rank.h"
-#include "support/raw_db.h"
-#include "support/temp_dir.h"
+#include "db/database.h"
+#include "search/search_query.h"
+#include "search/search_rank.h"
+#include "raw_db.h"
+#include "temp_dir.h"
 
-#include "bench/database_filler.h"
+#include "database_filler.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "core/full_text_match.h"
-#include "core/search_rank.h"
+#include "search/full_text_match.h"
+#include "search/search_rank.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>

@@ -1,8 +1,8 @@
-#include "core/database.h"
-#include "core/search_query.h"
+#include "db/database.h"
+#include "search/search_query.h"
 #include "support/index_test.h"
 
-#include "bench/database_filler.h"
+#include "database_filler.h"
 
 #include <gtest/gtest.h>
 

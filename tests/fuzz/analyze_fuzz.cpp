@@ -1,7 +1,7 @@
 // Any byte string as a WAVE file: the analyzer must not crash, must give the same answer
 // from memory and from disk, and whatever it reports must keep its invariants (onsets
 // ascending and at least 100 ms apart, dip in [0, 1], finite measures).
-#include "core/audio_structure_analyzer.h"
+#include "audio/audio_structure_analyzer.h"
 
 #include <cmath>
 #include <cstdint>

@@ -2,8 +2,8 @@
 // FTS5 expression built from it must always run (rows or none, never an SQL error), the
 // browser's count and page must agree with the bare MATCH, and a row whose file name
 // starts every typed word must be among the matches.
-#include "core/database.h"
-#include "core/search_rank.h"
+#include "db/database.h"
+#include "search/search_rank.h"
 
 #include <sqlite3.h>
 

@@ -1,7 +1,7 @@
 // Any byte string as a sample name: the name parsers must not crash, and their results
 // must stay inside their vocabularies (tempo 50..399, a well-formed key or "None", a
 // canonical instrument or ""). The bytes up to the first '/' also serve as a folder.
-#include "core/metadata_parser.h"
+#include "inference/metadata_parser.h"
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Any byte string as a file name and a search text (split at the first NUL byte; without
 // one, the same bytes serve as both): the tokeniser must give non-empty tokens of token
 // bytes only, and the rank must stay in its bands and agree with what the tokens say.
-#include "core/search_rank.h"
+#include "search/search_rank.h"
 
 #include <algorithm>
 #include <cstdint>

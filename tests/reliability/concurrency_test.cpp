@@ -2,11 +2,11 @@
 // application's scan queue and main thread do. The database mutex must serialise it all:
 // no data race (tools/test.sh runs this under ThreadSanitizer), no SQLite error such as
 // "database is locked", and edits made during the scans must still be there afterwards.
-#include "core/database.h"
-#include "core/library_scanner.h"
-#include "bench/library_generator.h"
+#include "db/database.h"
+#include "scan/library_scanner.h"
+#include "library_generator.h"
 #include "reliability/user_edits.h"
-#include "support/temp_dir.h"
+#include "temp_dir.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // A scan killed with SIGKILL at random points must leave an index that opens, passes its
 // integrity checks and still holds every user edit; a full scan afterwards completes.
-#include "core/database.h"
-#include "core/library_scanner.h"
-#include "bench/library_generator.h"
+#include "db/database.h"
+#include "scan/library_scanner.h"
+#include "library_generator.h"
 #include "reliability/user_edits.h"
-#include "support/temp_dir.h"
+#include "temp_dir.h"
 
 #include <gtest/gtest.h>
 

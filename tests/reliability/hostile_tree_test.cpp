@@ -2,12 +2,12 @@
 // a file swapped for a folder while the scan runs, names at the length limits and names
 // with line breaks. Each scan either completes or stops with a message that says why,
 // and no record or user edit that was there before goes missing.
-#include "core/database.h"
-#include "core/library_scanner.h"
+#include "db/database.h"
+#include "scan/library_scanner.h"
 #include "reliability/user_edits.h"
-#include "support/raw_db.h"
-#include "support/temp_dir.h"
-#include "support/wave_writer.h"
+#include "raw_db.h"
+#include "temp_dir.h"
+#include "wave_writer.h"
 
 #include <gtest/gtest.h>
 

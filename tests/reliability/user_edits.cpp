@@ -1,6 +1,6 @@
 #include "reliability/user_edits.h"
 
-#include "support/raw_db.h"
+#include "raw_db.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 // concurrent scan lost anything the user decided.
 #pragma once
 
-#include "core/database.h"
+#include "db/database.h"
 
 #include <filesystem>
 #include <ostream>

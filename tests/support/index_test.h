@@ -2,9 +2,9 @@
 // to the same file for looking at what the core wrote.
 #pragma once
 
-#include "core/database.h"
-#include "support/raw_db.h"
-#include "support/temp_dir.h"
+#include "db/database.h"
+#include "raw_db.h"
+#include "temp_dir.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,217 @@
+// The sample index: one SQLite connection to one database file, guarded by one mutex.
+//
+// Every public operation locks the mutex for its whole duration, so the object may be
+// shared between the GUI thread and background scans; operations never call each
+// other. `exec` alone does not lock: it is for callers that already hold the lock.
+// Writes report failures by throwing std::runtime_error with SQLite's message or a
+// fixed user-facing text; read-only listings never throw for SQLite errors and return
+// what they could read.
+//
+// Opening brings the schema to version 5. A database at versions 1 to 4 is first copied
+// to "<file>.pre-v5-backup" with SQLite's online backup; an existing backup is never
+// overwritten.
+#pragma once
+
+#include "sample.h"
+#include "search/search_query.h"
+#include "sql/statement.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+namespace qv {
+
+class FullTextRowBudget;
+class NameOrder;
+
+// Which SQL answers searches. Both give the same counts, rows, order, positions and
+// value lists. Indexed is what the application uses; Reference is the SQL as first
+// written, one plain statement per call, kept for tests and benchmarks to compare.
+enum class SearchPlan { Indexed, Reference };
+
+// Called while opening builds the support indexes a large database does not have yet
+// (a one-time cost of about 8 s at a million samples): `done` of `total` built. Not
+// called for small databases, which build them in an instant.
+using OpenProgress = std::function<void(int done, int total)>;
+
+struct Library {
+    std::int64_t id = 0;
+    std::string path;
+    std::int64_t sampleCount = 0; // "._" files not counted
+    std::string displayLabel;     // empty when none
+};
+
+struct Playlist {
+    std::int64_t id = 0;
+    std::string name;
+    std::int64_t sampleCount = 0; // "._" files not counted
+};
+
+struct IndexedPath {
+    std::string libraryPath;
+    std::string samplePath;
+    std::string libraryLabel;
+};
+
+class Database {
+public:
+    explicit Database(const std::filesystem::path& path, const OpenProgress& progress = {});
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    int exec(const char* sql);
+    void migrate();
+
+    // Groups the scanner's writes (upsert, relinkMovedSample) into short transactions, so
+    // that a scan commits a few times a second instead of once per file. Any other call
+    // commits the open group before it runs: a user's edit never waits behind it and is
+    // never held back with it. What is pending is committed by finish() or, after a
+    // failure, by the destructor; a crash loses at most the last group, which the next
+    // scan finds again.
+    class ScanBatch {
+    public:
+        explicit ScanBatch(Database& db);
+        ~ScanBatch();
+        ScanBatch(const ScanBatch&) = delete;
+        ScanBatch& operator=(const ScanBatch&) = delete;
+
+        void finish(); // commits what is pending; throws when the commit fails
+
+    private:
+        Database& _db;
+        bool _finished = false;
+    };
+
+    // Libraries and sample records.
+    std::int64_t addLibrary(const std::filesystem::path& path);
+    void setLibraryAvailable(const std::filesystem::path& path, bool available);
+    std::optional<Sample> findByPath(const std::filesystem::path& path) const;
+    std::optional<std::filesystem::path> relinkMovedSample(std::int64_t libraryId,
+                                                           const std::filesystem::path& newPath,
+                                                           std::int64_t fileSize, std::int64_t modifiedAt);
+    void upsert(const Sample& sample, std::int64_t libraryId);
+    void removeMissing(std::int64_t libraryId, const std::vector<std::string>& seenPaths,
+                       std::uint64_t& removed);
+    std::vector<Library> libraries() const;
+    void setLibraryDisplayLabel(std::int64_t libraryId, const std::string& label);
+    void removeLibrary(std::int64_t libraryId);
+    std::vector<IndexedPath> indexedPaths() const;
+    std::int64_t countSamples() const;
+    bool hasSample(std::int64_t sampleId) const; // any stored row, hidden or offline included
+    int parserRevision() const;
+    void setParserRevision(int revision);
+
+    // What the user decided. The scanner's upsert never writes these columns, so they
+    // survive rescans. A folder is an absolute path without a trailing "/"; "below" it
+    // means at any depth. Folder edits run in one immediate transaction: all or nothing.
+    void setFavorite(std::int64_t sampleId, bool favorite);
+    bool isFavorite(std::int64_t sampleId) const;
+    // No type clears the override, so the type falls back to what the scan inferred.
+    void setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::optional<SampleType> type);
+    // Never touches samples whose type is MIDI.
+    void setFolderTypeOverride(const std::filesystem::path& folder, std::optional<SampleType> type);
+    void setFolderInstrumentOverride(const std::filesystem::path& folder, const std::optional<std::string>& instrument);
+    void setFolderGenreOverride(const std::filesystem::path& folder, const std::string& genre, bool add);
+    std::int64_t countFolderSamples(const std::filesystem::path& folder, bool includeMidi) const;
+    std::vector<Playlist> playlists() const;
+    std::int64_t createPlaylist(const std::string& name);
+    void deletePlaylist(std::int64_t playlistId);
+    void addToPlaylist(std::int64_t playlistId, std::int64_t sampleId);
+    void removeFromPlaylist(std::int64_t playlistId, std::int64_t sampleId);
+
+    // Search. `search` returns one page and, like the other listings, never throws for
+    // SQLite errors; `countMatching` and `matchingIndex` do.
+    std::vector<Sample> search(const SearchQuery& query) const;
+    std::int64_t countMatching(const SearchQuery& query) const;
+    // 0-based position of the sample among all matches in the query's order.
+    std::optional<std::int64_t> matchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
+    // Distinct non-blank values of "instrument", "genre" or "key" among the matches.
+    std::vector<std::string> distinctFilterValues(const std::string& field, const SearchQuery& query) const;
+    // Also forgets every cached count.
+    void setSearchPlan(SearchPlan plan);
+
+private:
+    struct Closer {
+        void operator()(sqlite3* db) const;
+    };
+
+    void backupBeforeVersion5();
+
+    // The mutex, with any open scan group committed first.
+    std::unique_lock<std::mutex> settledLock() const;
+    void commitScanGroup() const;
+    void commitScanGroupWhenDue() const; // a rescan writes rarely but reads every file
+    void beginGroupedWrite();
+    void endGroupedWrite();
+
+    struct SearchState;
+
+    void createSupportIndexes(const OpenProgress& progress);
+    void upsertLocked(const Sample& sample, std::int64_t libraryId);
+    std::int64_t countMatchingLocked(const SearchQuery& query) const;
+
+    // The SQL as written (database_search_reference.cpp).
+    std::vector<Sample> referenceSearch(const SearchQuery& query) const;
+    std::int64_t referenceCountMatching(const SearchQuery& query) const;
+    std::optional<std::int64_t> referenceMatchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
+    std::vector<std::string> referenceFilterValues(const char* column, const char* join,
+                                                   const SearchQuery& query) const;
+
+    // The indexed plan (database_search.cpp).
+    SearchState& currentSearchState() const;
+    std::int64_t indexedCountMatching(const SearchQuery& query) const;
+    const std::vector<std::string>* storedKeys() const;
+    std::int64_t cachedCount(const std::string& sql, const std::vector<std::string>& params) const;
+    struct ExcludedRows;
+    const ExcludedRows& excludedRows() const;
+    bool looksUp(std::size_t matches) const;
+    const std::vector<std::int64_t>& fullTextMatches(const std::string& sql,
+                                                     const std::vector<std::string>& params) const;
+    std::int64_t listedCount(const std::string& sql, const std::vector<std::string>& params) const;
+    std::int64_t excludedAmong(const std::vector<std::int64_t>& ids) const;
+    std::int64_t memberCount(const std::string& sql, const std::vector<std::string>& params) const;
+    std::vector<std::int64_t> pageIds(const SearchQuery& query) const;
+    std::vector<std::int64_t> pageAmong(const SearchQuery& query, const std::vector<std::int64_t>& ids) const;
+    std::optional<std::vector<std::int64_t>> rankedPageIds(const SearchQuery& query,
+                                                           const std::vector<std::int64_t>& matches) const;
+    const std::vector<std::int64_t>* exactNameMatches(const std::vector<std::string>& tokens) const;
+    bool walks(const SearchQuery& query) const;
+    bool testsTextByRow(const SearchQuery& query) const;
+    std::vector<std::int64_t> segmentedPageIds(const SearchQuery& query) const;
+    std::optional<std::vector<std::int64_t>> tempoPageIds(const SearchQuery& query) const;
+    std::int64_t countWithValue(const SearchQuery& query, const std::string& column) const;
+    std::vector<Sample> indexedSearch(const SearchQuery& query) const;
+    std::optional<std::int64_t> indexedMatchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
+    std::vector<std::string> indexedFilterValues(const char* column, const char* join,
+                                                 const SearchQuery& query) const;
+
+    std::unique_ptr<sqlite3, Closer> _db;
+    mutable std::mutex _mutex;
+    SearchPlan _searchPlan = SearchPlan::Indexed;
+    // Library lists and cached counts of the indexed plan, valid until anything writes.
+    std::unique_ptr<SearchState> _search;
+    FullTextRowBudget* _fullTextBudget = nullptr; // owned by the connection; null without FTS5
+    // Declared after the connection so that it is finalized before the connection closes.
+    mutable StatementCache _statements;
+    std::unique_ptr<NameOrder> _nameOrder; // hooked into the connection: released before it
+
+    struct ScanGroup {
+        int batches = 0; // ScanBatch objects alive
+        bool open = false;
+        int writes = 0;
+        std::chrono::steady_clock::time_point began;
+    };
+    mutable ScanGroup _group;
+};
+
+} // namespace qv

@@ -1,0 +1,324 @@
+// Libraries and the scanner's sample records.
+#include "db/database.h"
+
+#include "sql/statement.h"
+
+#include <sqlite3.h>
+
+#include <string_view>
+#include <system_error>
+#include <unordered_set>
+
+namespace qv {
+
+namespace {
+
+std::string offlineKey(const std::filesystem::path& path)
+{
+    return "offline_library:" + path.string();
+}
+
+bool vanished(const std::string& path)
+{
+    std::error_code ec;
+    const auto type = std::filesystem::status(path, ec).type();
+    return type == std::filesystem::file_type::not_found || type == std::filesystem::file_type::none;
+}
+
+} // namespace
+
+std::int64_t Database::addLibrary(const std::filesystem::path& path)
+{
+    const auto lock = settledLock();
+    Statement st(_db.get(),
+                 "INSERT INTO libraries(path) VALUES(?) ON CONFLICT(path) DO UPDATE SET last_scanned_at=unixepoch() "
+                 "RETURNING id");
+    st.bind(1, path.native());
+    if (!st.step()) throwSqliteError(_db.get());
+    return st.columnInt64(0);
+}
+
+void Database::setLibraryAvailable(const std::filesystem::path& path, bool available)
+{
+    const auto lock = settledLock();
+    Statement st(_db.get(), available ? "DELETE FROM app_metadata WHERE key=?"
+                                      : "INSERT INTO app_metadata(key,value) VALUES(?,'1') ON CONFLICT(key) DO "
+                                        "UPDATE SET value='1'");
+    st.bind(1, offlineKey(path));
+    st.stepDone();
+}
+
+std::optional<Sample> Database::findByPath(const std::filesystem::path& path) const
+{
+    std::lock_guard lock(_mutex);
+    commitScanGroupWhenDue();
+    try {
+        Statement st(_db.get(), _statements, "SELECT id,file_size,modified_at FROM samples WHERE path=?");
+        st.bind(1, path.native());
+        if (!st.step()) return std::nullopt;
+        Sample sample;
+        sample.id = st.columnInt64(0);
+        sample.path = path.string();
+        sample.fileSize = st.columnInt64(1);
+        sample.modifiedAt = st.columnInt64(2);
+        return sample;
+    } catch (const std::runtime_error&) {
+        return std::nullopt; // a lookup failure reads as "not indexed"
+    }
+}
+
+std::optional<std::filesystem::path> Database::relinkMovedSample(std::int64_t libraryId,
+                                                                 const std::filesystem::path& newPath,
+                                                                 std::int64_t fileSize, std::int64_t modifiedAt)
+{
+    std::lock_guard lock(_mutex);
+    const std::string filename = newPath.filename().string();
+
+    std::optional<std::int64_t> candidateId;
+    std::string candidatePath;
+    int kept = 0;
+    {
+        Statement st(_db.get(), _statements,
+                     "SELECT id,path FROM samples WHERE library_id=? AND filename=? COLLATE BINARY AND file_size=? "
+                     "AND modified_at=? AND path<>?");
+        st.bind(1, libraryId);
+        st.bind(2, filename);
+        st.bind(3, fileSize);
+        st.bind(4, modifiedAt);
+        st.bind(5, newPath.native());
+        while (st.step()) {
+            std::string oldPath = st.columnText(1);
+            // A candidate whose file is still there is a duplicate, not a move.
+            if (!vanished(oldPath)) continue;
+            ++kept;
+            candidateId = st.columnInt64(0);
+            candidatePath = std::move(oldPath);
+        }
+    }
+    if (kept != 1) return std::nullopt;
+
+    Statement update(_db.get(), _statements, "UPDATE samples SET path=?,filename=?,analyzed_at=unixepoch() WHERE id=?");
+    update.bind(1, newPath.native());
+    update.bind(2, filename);
+    update.bind(3, *candidateId);
+    beginGroupedWrite();
+    update.stepDone();
+    endGroupedWrite();
+    return std::filesystem::path(candidatePath);
+}
+
+void Database::upsert(const Sample& sample, std::int64_t libraryId)
+{
+    std::lock_guard lock(_mutex);
+    sqlite3* db = _db.get();
+    beginGroupedWrite();
+    // One commit instead of four: the record, its genre rows and its display genre. A
+    // savepoint nests inside a caller's transaction as well.
+    execute(db, "SAVEPOINT qv_upsert");
+    try {
+        upsertLocked(sample, libraryId);
+        execute(db, "RELEASE qv_upsert");
+        endGroupedWrite();
+    } catch (...) {
+        try {
+            execute(db, "ROLLBACK TO qv_upsert; RELEASE qv_upsert");
+        } catch (const std::exception&) {
+            // The first error is the one worth reporting.
+        }
+        throw;
+    }
+}
+
+void Database::upsertLocked(const Sample& sample, std::int64_t libraryId)
+{
+    sqlite3* db = _db.get();
+    std::int64_t id = 0;
+    {
+        Statement st(db, _statements,
+                     "INSERT INTO "
+                     "samples(path,filename,library_id,type,auto_type,genre,auto_genre,instrument,auto_instrument,bpm,"
+                     "musical_key,duration,file_size,modified_at) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?) ON "
+                     "CONFLICT(path) DO UPDATE SET "
+                     "filename=excluded.filename,library_id=excluded.library_id,auto_type=excluded.auto_type,type="
+                     "coalesce(samples.user_type_override,excluded.auto_type),auto_genre=excluded.auto_genre,"
+                     "instrument=coalesce(samples.user_instrument_override,excluded.auto_instrument),auto_instrument="
+                     "excluded.auto_instrument,bpm=excluded.bpm,musical_key=excluded.musical_key,duration=excluded."
+                     "duration,file_size=excluded.file_size,modified_at=excluded.modified_at,analyzed_at=unixepoch() "
+                     "RETURNING id");
+        const std::string type = toString(sample.type);
+        st.bind(1, sample.path);
+        st.bind(2, sample.filename);
+        st.bind(3, libraryId);
+        st.bind(4, type);
+        st.bind(5, type);
+        st.bind(6, sample.genre);
+        st.bind(7, sample.genre);
+        st.bind(8, sample.instrument);
+        st.bind(9, sample.instrument);
+        st.bind(10, sample.bpm ? std::optional<std::int64_t>(*sample.bpm) : std::nullopt);
+        st.bind(11, sample.musicalKey);
+        st.bind(12, sample.duration);
+        st.bind(13, sample.fileSize);
+        st.bind(14, sample.modifiedAt);
+        if (!st.step()) throwSqliteError(db);
+        id = st.columnInt64(0);
+    }
+
+    // The genre rows and the display genre are best effort: the record itself is stored.
+    {
+        Statement st(db, _statements, "DELETE FROM sample_genres WHERE sample_id=? AND source='auto'");
+        st.bind(1, id);
+        st.stepRaw();
+    }
+    if (!sample.genre.empty()) {
+        Statement st(db, _statements, "INSERT OR IGNORE INTO sample_genres(sample_id,genre,source) VALUES(?,?,'auto')");
+        st.bind(1, id);
+        st.bind(2, sample.genre);
+        st.stepRaw();
+    }
+    {
+        Statement st(db, _statements,
+                     "UPDATE samples SET genre=(SELECT group_concat(genre, ', ') FROM (SELECT DISTINCT genre FROM "
+                     "sample_genres WHERE sample_id=? ORDER BY source DESC,genre COLLATE NOCASE)) WHERE id=?");
+        st.bind(1, id);
+        st.bind(2, id);
+        st.stepRaw();
+    }
+}
+
+void Database::removeMissing(std::int64_t libraryId, const std::vector<std::string>& seenPaths,
+                             std::uint64_t& removed)
+{
+    const auto lock = settledLock();
+    removed = 0;
+    const std::unordered_set<std::string_view> seen(seenPaths.begin(), seenPaths.end());
+
+    Transaction tx(_db.get());
+    std::vector<std::int64_t> gone;
+    {
+        Statement st(_db.get(), "SELECT id,path FROM samples WHERE library_id=?");
+        st.bind(1, libraryId);
+        while (st.step()) {
+            if (!seen.contains(st.columnText(1))) gone.push_back(st.columnInt64(0));
+        }
+    }
+    {
+        Statement st(_db.get(), "DELETE FROM samples WHERE id=?");
+        for (const auto id : gone) {
+            st.bind(1, id);
+            st.stepDone();
+            st.reset();
+        }
+    }
+    tx.commit();
+    removed = gone.size();
+}
+
+std::vector<Library> Database::libraries() const
+{
+    const auto lock = settledLock();
+    std::vector<Library> result;
+    try {
+        Statement st(_db.get(),
+                     "SELECT l.id,l.path,count(s.id),coalesce(m.value,'') FROM libraries l LEFT JOIN samples s ON "
+                     "s.library_id=l.id AND substr(s.filename,1,2)<>'._' LEFT JOIN app_metadata m ON "
+                     "m.key='library_label:'||l.id GROUP BY l.id,l.path,m.value ORDER BY l.path COLLATE NOCASE");
+        while (st.step()) {
+            result.push_back({st.columnInt64(0), st.columnText(1), st.columnInt64(2), st.columnText(3)});
+        }
+    } catch (const std::runtime_error&) {
+        // A listing returns what it could read.
+    }
+    return result;
+}
+
+void Database::setLibraryDisplayLabel(std::int64_t libraryId, const std::string& label)
+{
+    const auto lock = settledLock();
+    if (label.empty()) {
+        Statement st(_db.get(), "DELETE FROM app_metadata WHERE key='library_label:'||?");
+        st.bind(1, libraryId);
+        st.stepDone();
+        return;
+    }
+    Statement st(_db.get(),
+                 "INSERT INTO app_metadata(key,value) VALUES('library_label:'||?,?) ON CONFLICT(key) DO UPDATE SET "
+                 "value=excluded.value");
+    st.bind(1, libraryId);
+    st.bind(2, label);
+    st.stepDone();
+}
+
+void Database::removeLibrary(std::int64_t libraryId)
+{
+    const auto lock = settledLock();
+    Statement st(_db.get(), "DELETE FROM libraries WHERE id=?");
+    st.bind(1, libraryId);
+    st.stepDone();
+}
+
+std::vector<IndexedPath> Database::indexedPaths() const
+{
+    const auto lock = settledLock();
+    std::vector<IndexedPath> result;
+    try {
+        Statement st(_db.get(),
+                     "SELECT l.path,s.path,coalesce(m.value,'') FROM samples s JOIN libraries l ON l.id=s.library_id "
+                     "LEFT JOIN app_metadata m ON m.key='library_label:'||l.id WHERE substr(s.filename,1,2)<>'._' "
+                     "ORDER BY s.path");
+        while (st.step()) result.push_back({st.columnText(0), st.columnText(1), st.columnText(2)});
+    } catch (const std::runtime_error&) {
+        // A listing returns what it could read.
+    }
+    return result;
+}
+
+bool Database::hasSample(std::int64_t sampleId) const
+{
+    const auto lock = settledLock();
+    try {
+        Statement st(_db.get(), "SELECT 1 FROM samples WHERE id=?");
+        st.bind(1, sampleId);
+        return st.step();
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+std::int64_t Database::countSamples() const
+{
+    const auto lock = settledLock();
+    try {
+        Statement st(_db.get(), "SELECT count(*) FROM samples WHERE substr(filename,1,2)<>'._'");
+        return st.step() ? st.columnInt64(0) : 0;
+    } catch (const std::runtime_error&) {
+        return 0;
+    }
+}
+
+int Database::parserRevision() const
+{
+    const auto lock = settledLock();
+    std::string text;
+    try {
+        Statement st(_db.get(), "SELECT value FROM app_metadata WHERE key='parser_revision'");
+        if (!st.step()) return 0;
+        text = st.columnText(0);
+    } catch (const std::runtime_error&) {
+        return 0;
+    }
+    // A non-numeric value is a damaged index, worth an exception rather than a guess.
+    return std::stoi(text);
+}
+
+void Database::setParserRevision(int revision)
+{
+    const auto lock = settledLock();
+    Statement st(_db.get(),
+                 "INSERT INTO app_metadata(key,value) VALUES('parser_revision',?) ON CONFLICT(key) DO UPDATE SET "
+                 "value=excluded.value");
+    st.bind(1, std::to_string(revision));
+    st.stepDone();
+}
+
+} // namespace qv

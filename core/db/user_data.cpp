@@ -1,0 +1,248 @@
+// What the user decided: favourites, overrides and playlists. The scanner's upsert never
+// writes these columns, which is what lets them survive rescans.
+#include "db/database.h"
+
+#include "inference/metadata_parser.h"
+#include "sql/statement.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cctype>
+
+namespace qv {
+
+namespace {
+
+constexpr const char* kBelowFolder = "substr(path,1,length(?)+1)=?||'/'";
+
+bool isMidiFileName(const std::string& path)
+{
+    std::string extension = std::filesystem::path(path).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == ".mid" || extension == ".midi";
+}
+
+std::string trimmedName(const std::string& name)
+{
+    constexpr const char* kBlank = " \t\n\r";
+    const auto first = name.find_first_not_of(kBlank);
+    if (first == std::string::npos) return {};
+    return name.substr(first, name.find_last_not_of(kBlank) - first + 1);
+}
+
+// Binds the override (1), the effective value (2) and its source (3); no value clears all
+// three, so the effective value falls back to what the scan inferred.
+void bindOverride(Statement& st, const std::optional<std::string>& value, const char* source)
+{
+    if (value) {
+        st.bind(1, *value);
+        st.bind(2, *value);
+        st.bind(3, source);
+    } else {
+        st.bindNull(1);
+        st.bindNull(2);
+        st.bindNull(3);
+    }
+}
+
+// One folder-wide override update in its own immediate transaction: all or nothing.
+void overrideBelowFolder(sqlite3* db, const std::string& sql, const std::optional<std::string>& value,
+                         const std::filesystem::path& folder)
+{
+    Transaction transaction(db);
+    {
+        Statement st(db, sql);
+        bindOverride(st, value, "folder");
+        st.bind(4, folder.native());
+        st.bind(5, folder.native());
+        st.stepDone();
+    }
+    transaction.commit();
+}
+
+} // namespace
+
+void Database::setFavorite(std::int64_t sampleId, bool favorite)
+{
+    const auto lock = settledLock();
+    Statement st(_db.get(), "UPDATE samples SET favorite=? WHERE id=?");
+    st.bind(1, favorite ? 1 : 0);
+    st.bind(2, sampleId);
+    st.stepDone();
+}
+
+bool Database::isFavorite(std::int64_t sampleId) const
+{
+    const auto lock = settledLock();
+    try {
+        Statement st(_db.get(), "SELECT favorite FROM samples WHERE id=?");
+        st.bind(1, sampleId);
+        return st.step() && st.columnInt64(0) != 0;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+void Database::setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::optional<SampleType> type)
+{
+    if (sampleIds.empty()) return;
+    const auto lock = settledLock();
+    if (type == SampleType::MIDI) {
+        // Checked before anything changes, so a refusal leaves every sample as it was.
+        Statement st(_db.get(), "SELECT path FROM samples WHERE id=?");
+        for (const std::int64_t id : sampleIds) {
+            st.bind(1, id);
+            if (!st.step()) throw std::runtime_error("Sample no longer exists");
+            const std::string path = st.columnText(0);
+            if (!isMidiFileName(path)) throw std::runtime_error("Only .mid and .midi files can be marked as MIDI");
+            st.reset();
+            st.clearBindings();
+        }
+    }
+
+    Transaction transaction(_db.get());
+    {
+        Statement st(_db.get(),
+                     "UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),type_override_source=? "
+                     "WHERE id=?");
+        const std::optional<std::string> text = type ? std::optional(toString(*type)) : std::nullopt;
+        for (const std::int64_t id : sampleIds) {
+            bindOverride(st, text, "sample");
+            st.bind(4, id);
+            // A vanished sample fails the whole call: no id keeps its change.
+            if (st.stepRaw() != SQLITE_DONE || sqlite3_changes(_db.get()) != 1) {
+                throw std::runtime_error("Sample type override could not be saved");
+            }
+            st.reset();
+            st.clearBindings();
+        }
+    }
+    transaction.commit();
+}
+
+void Database::setFolderTypeOverride(const std::filesystem::path& folder, std::optional<SampleType> type)
+{
+    if (type == SampleType::MIDI) throw std::runtime_error("Folder type override cannot mark audio as MIDI");
+    const auto lock = settledLock();
+    overrideBelowFolder(_db.get(),
+                        std::string("UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),"
+                                    "type_override_source=? WHERE ")
+                            + kBelowFolder + " AND type<>'MIDI'",
+                        type ? std::optional(toString(*type)) : std::nullopt, folder);
+}
+
+void Database::setFolderInstrumentOverride(const std::filesystem::path& folder,
+                                           const std::optional<std::string>& instrument)
+{
+    const auto lock = settledLock();
+    overrideBelowFolder(_db.get(),
+                        std::string("UPDATE samples SET user_instrument_override=?,instrument=coalesce(?,"
+                                    "auto_instrument),instrument_override_source=? WHERE ")
+                            + kBelowFolder,
+                        instrument ? std::optional(normalizedInstrument(*instrument)) : std::nullopt, folder);
+}
+
+void Database::setFolderGenreOverride(const std::filesystem::path& folder, const std::string& genre, bool add)
+{
+    if (genre.empty()) return;
+    const auto lock = settledLock();
+    Transaction transaction(_db.get());
+    {
+        Statement change(_db.get(),
+                         add ? std::string("INSERT OR IGNORE INTO sample_genres(sample_id,genre,source) SELECT "
+                                           "id,?,'folder' FROM samples WHERE ")
+                                   + kBelowFolder
+                             // Only the user's rows go; the scanner's 'auto' genre stays.
+                             : std::string("DELETE FROM sample_genres WHERE source='folder' AND genre=? COLLATE "
+                                           "NOCASE AND sample_id IN(SELECT id FROM samples WHERE ")
+                                   + kBelowFolder + ")");
+        change.bind(1, genre);
+        change.bind(2, folder.native());
+        change.bind(3, folder.native());
+        change.stepDone();
+    }
+    {
+        // The display genre lists the user's genres first.
+        Statement rebuild(_db.get(), std::string("UPDATE samples SET genre=(SELECT group_concat(genre, ', ') FROM "
+                                                 "(SELECT DISTINCT genre FROM sample_genres WHERE "
+                                                 "sample_id=samples.id ORDER BY source DESC,genre COLLATE NOCASE)) "
+                                                 "WHERE ")
+                                         + kBelowFolder);
+        rebuild.bind(1, folder.native());
+        rebuild.bind(2, folder.native());
+        rebuild.stepDone();
+    }
+    transaction.commit();
+}
+
+std::int64_t Database::countFolderSamples(const std::filesystem::path& folder, bool includeMidi) const
+{
+    const auto lock = settledLock();
+    SearchQuery query;
+    query.folder = folder.string();
+    query.excludeMidi = !includeMidi;
+    return countMatchingLocked(query);
+}
+
+std::vector<Playlist> Database::playlists() const
+{
+    const auto lock = settledLock();
+    std::vector<Playlist> result;
+    try {
+        Statement st(_db.get(),
+                     "SELECT p.id,p.name,count(s.id) FROM playlists p LEFT JOIN playlist_items pi ON "
+                     "pi.playlist_id=p.id LEFT JOIN samples s ON s.id=pi.sample_id AND substr(s.filename,1,2)<>'._' "
+                     "GROUP BY p.id,p.name ORDER BY p.name COLLATE NOCASE");
+        while (st.step()) result.push_back({st.columnInt64(0), st.columnText(1), st.columnInt64(2)});
+    } catch (const std::runtime_error&) {
+        // A listing returns what it could read.
+    }
+    return result;
+}
+
+std::int64_t Database::createPlaylist(const std::string& name)
+{
+    const std::string trimmed = trimmedName(name);
+    if (trimmed.empty()) throw std::runtime_error("Playlist name cannot be empty");
+    const auto lock = settledLock();
+    Statement st(_db.get(), "INSERT INTO playlists(name) VALUES(?) RETURNING id");
+    st.bind(1, trimmed);
+    if (st.stepRaw() == SQLITE_ROW) return st.columnInt64(0);
+    if (sqlite3_extended_errcode(_db.get()) == SQLITE_CONSTRAINT_UNIQUE) {
+        throw std::runtime_error("A playlist with that name already exists");
+    }
+    throwSqliteError(_db.get());
+}
+
+void Database::deletePlaylist(std::int64_t playlistId)
+{
+    const auto lock = settledLock();
+    Statement st(_db.get(), "DELETE FROM playlists WHERE id=?");
+    st.bind(1, playlistId);
+    st.stepDone();
+}
+
+void Database::addToPlaylist(std::int64_t playlistId, std::int64_t sampleId)
+{
+    const auto lock = settledLock();
+    Statement st(_db.get(),
+                 "INSERT OR IGNORE INTO playlist_items(playlist_id,sample_id,position) VALUES(?,?,(SELECT "
+                 "coalesce(max(position),-1)+1 FROM playlist_items WHERE playlist_id=?))");
+    st.bind(1, playlistId);
+    st.bind(2, sampleId);
+    st.bind(3, playlistId);
+    st.stepDone();
+}
+
+void Database::removeFromPlaylist(std::int64_t playlistId, std::int64_t sampleId)
+{
+    const auto lock = settledLock();
+    Statement st(_db.get(), "DELETE FROM playlist_items WHERE playlist_id=? AND sample_id=?");
+    st.bind(1, playlistId);
+    st.bind(2, sampleId);
+    st.stepDone();
+}
+
+} // namespace qv

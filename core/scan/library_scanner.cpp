@@ -1,0 +1,136 @@
+#include "scan/library_scanner.h"
+
+#include "db/database.h"
+#include "scan/file_time.h"
+
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace qv {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void fail(const std::string& message)
+{
+    throw std::runtime_error(message);
+}
+
+bool isDirectory(const fs::path& path)
+{
+    std::error_code ec;
+    const auto status = fs::status(path, ec);
+    return !ec && fs::is_directory(status);
+}
+
+} // namespace
+
+LibraryScanner::LibraryScanner(Database& database)
+    : _database(&database)
+{
+}
+
+bool LibraryScanner::supported(const fs::path& path)
+{
+    const std::string name = path.filename().string();
+    if (name.size() >= 2 && name.starts_with("._")) return false;
+    std::string extension = path.extension().string();
+    for (char& c : extension) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return extension == ".wav" || extension == ".aif" || extension == ".aiff" || extension == ".mp3"
+        || extension == ".mid" || extension == ".midi";
+}
+
+ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, bool force)
+{
+    std::lock_guard lock(_mutex);
+    Database& db = *_database;
+
+    if (!isDirectory(root)) {
+        db.setLibraryAvailable(root, false);
+        fail("Library offline: " + root.string()
+             + ". Reconnect the drive or restore this folder, then Rescan. Cached samples are hidden; Favorites and "
+               "playlists are preserved.");
+    }
+
+    const fs::path canonicalRoot = fs::weakly_canonical(fs::absolute(root));
+    const std::int64_t libraryId = db.addLibrary(canonicalRoot);
+
+    ScanStats stats;
+    std::vector<std::string> seen;
+
+    std::error_code ec;
+    Database::ScanBatch batch(db);
+    fs::recursive_directory_iterator walk(canonicalRoot, ec);
+    if (ec) fail("Cannot read library: " + ec.message());
+
+    for (; walk != fs::recursive_directory_iterator(); walk.increment(ec)) {
+        if (ec) break;
+        const fs::directory_entry& entry = *walk;
+
+        // Types come from the directory listing; only links need a status query. Entries
+        // that are gone (dangling links, files deleted meanwhile) are passed over.
+        const bool link = entry.is_symlink(ec);
+        bool regular = false;
+        if (!ec) regular = link ? fs::is_regular_file(entry.status(ec)) : entry.is_regular_file(ec);
+        if (ec == std::errc::no_such_file_or_directory) ec.clear();
+        if (ec) fail("Cannot inspect " + entry.path().string() + ": " + ec.message());
+        if (!regular || !supported(entry.path())) continue;
+
+        // The walk starts at the canonical root and does not follow directory links, so
+        // only a link entry itself can make its path non-canonical.
+        fs::path path = entry.path();
+        if (link) {
+            path = fs::weakly_canonical(entry.path(), ec);
+            if (ec) fail("Cannot resolve sample path: " + ec.message());
+        }
+
+        // One status query gives both; its failure reads as the size being unreadable.
+        const auto info = fileSizeAndTime(path, ec);
+        if (!info) fail("Cannot read sample size: " + ec.message());
+        if (info->size == 0) {
+            ++stats.emptySkipped;
+            continue;
+        }
+        seen.push_back(path.string());
+
+        std::optional<Sample> existing = db.findByPath(path);
+        const std::int64_t seconds = info->modifiedAt;
+        const auto fileSize = static_cast<std::int64_t>(info->size);
+
+        if (!existing) {
+            if (auto old = db.relinkMovedSample(libraryId, path, fileSize, seconds)) {
+                stats.moved.emplace_back(old->string(), path.string());
+                existing = db.findByPath(path);
+            }
+        }
+
+        if (!force && existing && existing->fileSize == fileSize && existing->modifiedAt == seconds) {
+            ++stats.unchanged;
+        } else {
+            const auto structure = _analyzer.analyze(path);
+            db.upsert(_parser.parse(path, canonicalRoot, structure), libraryId);
+            ++(existing ? stats.updated : stats.added);
+        }
+
+        if (progress) progress(seen.size(), path);
+    }
+    batch.finish();
+    if (ec) fail("Scan incomplete; old entries preserved: " + ec.message());
+
+    if (!isDirectory(canonicalRoot)) {
+        db.setLibraryAvailable(canonicalRoot, false);
+        fail("Library disconnected during scan; old entries preserved.");
+    }
+
+    db.removeMissing(libraryId, seen, stats.removed);
+    db.setLibraryAvailable(canonicalRoot, true);
+    if (root.native() != canonicalRoot.native()) db.setLibraryAvailable(root, true);
+    return stats;
+}
+
+} // namespace qv
