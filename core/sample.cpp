@@ -1,5 +1,7 @@
 #include "sample.h"
 
+#include "ascii.h"
+
 namespace qv {
 
 std::string toString(SampleType type)
@@ -18,6 +20,12 @@ SampleType sampleTypeFromString(const std::string& text)
     if (text == "One Shot") return SampleType::OneShot;
     if (text == "MIDI") return SampleType::MIDI;
     return SampleType::Unknown;
+}
+
+bool hasMidiExtension(const std::filesystem::path& path)
+{
+    const std::string extension = ascii::lowered(path.extension().string());
+    return extension == ".mid" || extension == ".midi";
 }
 
 } // namespace qv

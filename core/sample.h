@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -24,6 +25,9 @@ std::string toString(SampleType type);
 
 // Exact inverse of toString: case-sensitive, no trimming; every other text is Unknown.
 SampleType sampleTypeFromString(const std::string& text);
+
+// ".mid" or ".midi" in any letter case: the only files that may be, or be marked, MIDI.
+bool hasMidiExtension(const std::filesystem::path& path);
 
 struct Sample {
     std::int64_t id = 0;          // 0 until stored

@@ -1,5 +1,6 @@
 #include "database_filler.h"
 
+#include "database_access.h"
 #include "file_writers.h"
 #include "library_plan.h"
 #include "inference/metadata_parser.h"
@@ -117,9 +118,9 @@ FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t 
 
     // A large page cache keeps the path and FTS indexes in memory while a million rows
     // go in; statement journals in memory spare every upsert dozens of temp-file writes.
-    db.exec("PRAGMA cache_size=-262144; PRAGMA temp_store=MEMORY");
+    qv::DatabaseTestAccess::exec(db, "PRAGMA cache_size=-262144; PRAGMA temp_store=MEMORY");
     const MetadataParser parser;
-    db.exec("BEGIN");
+    qv::DatabaseTestAccess::exec(db, "BEGIN");
     try {
         // One library after another, as the scanner adds them, so that each library's
         // rows hold a run of ids: the same plan is drawn once per library.
@@ -131,25 +132,25 @@ FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t 
                 db.upsert(recordFor(*file, kLibraries[library].path, hash, parser), libraryIds[library]);
                 if (file->kind == FileKind::HiddenCompanion) ++summary.hiddenRows;
                 if (++summary.records % kBatch == 0) {
-                    db.exec("COMMIT");
-                    db.exec("BEGIN");
+                    qv::DatabaseTestAccess::exec(db, "COMMIT");
+                    qv::DatabaseTestAccess::exec(db, "BEGIN");
                 }
             }
         }
-        db.exec("COMMIT");
-        db.exec("BEGIN");
-        for (const char* sql : kUserEdits) db.exec(sql);
-        db.exec("COMMIT");
+        qv::DatabaseTestAccess::exec(db, "COMMIT");
+        qv::DatabaseTestAccess::exec(db, "BEGIN");
+        for (const char* sql : kUserEdits) qv::DatabaseTestAccess::exec(db, sql);
+        qv::DatabaseTestAccess::exec(db, "COMMIT");
     } catch (...) {
         try {
-            db.exec("ROLLBACK");
-            db.exec("PRAGMA cache_size=-2000; PRAGMA temp_store=DEFAULT");
+            qv::DatabaseTestAccess::exec(db, "ROLLBACK");
+            qv::DatabaseTestAccess::exec(db, "PRAGMA cache_size=-2000; PRAGMA temp_store=DEFAULT");
         } catch (...) {
             // The first error is the one worth reporting.
         }
         throw;
     }
-    db.exec("PRAGMA cache_size=-2000; PRAGMA temp_store=DEFAULT");
+    qv::DatabaseTestAccess::exec(db, "PRAGMA cache_size=-2000; PRAGMA temp_store=DEFAULT");
     db.setLibraryAvailable(summary.offlineLibrary, false);
     return summary;
 }

@@ -2,10 +2,14 @@
 //
 // Every public operation locks the mutex for its whole duration, so the object may be
 // shared between the GUI thread and background scans; operations never call each
-// other. `exec` alone does not lock: it is for callers that already hold the lock.
-// Writes report failures by throwing std::runtime_error with SQLite's message or a
-// fixed user-facing text; read-only listings never throw for SQLite errors and return
-// what they could read.
+// other.
+//
+// Errors follow one rule (docs/ARCHITECTURE.md): listings and lookups return what they
+// could read and never throw for SQLite errors; counts, positions and every write throw
+// SqliteError with SQLite's message, or std::runtime_error with a fixed user-facing text.
+// An edit naming an id that no longer exists changes nothing and is not an error, except
+// where the user would otherwise lose the edit without a word (a type override of chosen
+// samples, adding to a playlist).
 //
 // Opening brings the schema to version 5. A database at versions 1 to 4 is first copied
 // to "<file>.pre-v5-backup" with SQLite's online backup; an existing backup is never
@@ -14,7 +18,7 @@
 
 #include "sample.h"
 #include "search/search_query.h"
-#include "sql/statement.h"
+#include "search/search_strategy.h"
 
 #include <chrono>
 #include <cstdint>
@@ -26,12 +30,11 @@
 #include <string>
 #include <vector>
 
-struct sqlite3;
-
 namespace qv {
 
-class FullTextRowBudget;
-class NameOrder;
+class Connection;
+class IndexedPlan;
+class StatementCache;
 
 // Which SQL answers searches. Both give the same counts, rows, order, positions and
 // value lists. Indexed is what the application uses; Reference is the SQL as first
@@ -69,9 +72,6 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    int exec(const char* sql);
-    void migrate();
-
     // Groups the scanner's writes (upsert, relinkMovedSample) into short transactions, so
     // that a scan commits a few times a second instead of once per file. Any other call
     // commits the open group before it runs: a user's edit never waits behind it and is
@@ -108,6 +108,7 @@ public:
     std::vector<IndexedPath> indexedPaths() const;
     std::int64_t countSamples() const;
     bool hasSample(std::int64_t sampleId) const; // any stored row, hidden or offline included
+    // 0 when none is stored; a stored text that is not a number throws a runtime error.
     int parserRevision() const;
     void setParserRevision(int revision);
 
@@ -137,14 +138,17 @@ public:
     std::optional<std::int64_t> matchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
     // Distinct non-blank values of "instrument", "genre" or "key" among the matches.
     std::vector<std::string> distinctFilterValues(const std::string& field, const SearchQuery& query) const;
-    // Also forgets every cached count.
+    // Also forgets everything the indexed plan remembered.
     void setSearchPlan(SearchPlan plan);
+    // How the indexed plan answers the query, for tests and the benchmark to print.
+    SearchStrategy searchStrategy(const SearchQuery& query) const;
 
 private:
-    struct Closer {
-        void operator()(sqlite3* db) const;
-    };
+    friend class DatabaseTestAccess; // the test kit's bulk filler and connection probes
 
+    // Runs SQL text on the connection; the caller holds the mutex (or is the constructor).
+    void exec(const char* sql);
+    void migrate();
     void backupBeforeVersion5();
 
     // The mutex, with any open scan group committed first.
@@ -154,64 +158,18 @@ private:
     void beginGroupedWrite();
     void endGroupedWrite();
 
-    struct SearchState;
-
-    void createSupportIndexes(const OpenProgress& progress);
     void upsertLocked(const Sample& sample, std::int64_t libraryId);
     std::int64_t countMatchingLocked(const SearchQuery& query) const;
 
-    // The SQL as written (database_search_reference.cpp).
-    std::vector<Sample> referenceSearch(const SearchQuery& query) const;
-    std::int64_t referenceCountMatching(const SearchQuery& query) const;
-    std::optional<std::int64_t> referenceMatchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
-    std::vector<std::string> referenceFilterValues(const char* column, const char* join,
-                                                   const SearchQuery& query) const;
-
-    // The indexed plan (database_search.cpp).
-    SearchState& currentSearchState() const;
-    std::int64_t indexedCountMatching(const SearchQuery& query) const;
-    const std::vector<std::string>* storedKeys() const;
-    std::int64_t cachedCount(const std::string& sql, const std::vector<std::string>& params) const;
-    struct ExcludedRows;
-    const ExcludedRows& excludedRows() const;
-    bool looksUp(std::size_t matches) const;
-    const std::vector<std::int64_t>& fullTextMatches(const std::string& sql,
-                                                     const std::vector<std::string>& params) const;
-    std::int64_t listedCount(const std::string& sql, const std::vector<std::string>& params) const;
-    std::int64_t excludedAmong(const std::vector<std::int64_t>& ids) const;
-    std::int64_t memberCount(const std::string& sql, const std::vector<std::string>& params) const;
-    std::vector<std::int64_t> pageIds(const SearchQuery& query) const;
-    std::vector<std::int64_t> pageAmong(const SearchQuery& query, const std::vector<std::int64_t>& ids) const;
-    std::optional<std::vector<std::int64_t>> rankedPageIds(const SearchQuery& query,
-                                                           const std::vector<std::int64_t>& matches) const;
-    const std::vector<std::int64_t>* exactNameMatches(const std::vector<std::string>& tokens) const;
-    bool walks(const SearchQuery& query) const;
-    bool testsTextByRow(const SearchQuery& query) const;
-    std::vector<std::int64_t> segmentedPageIds(const SearchQuery& query) const;
-    std::optional<std::vector<std::int64_t>> tempoPageIds(const SearchQuery& query) const;
-    std::int64_t countWithValue(const SearchQuery& query, const std::string& column) const;
-    std::vector<Sample> indexedSearch(const SearchQuery& query) const;
-    std::optional<std::int64_t> indexedMatchingIndex(const SearchQuery& query, std::int64_t sampleId) const;
-    std::vector<std::string> indexedFilterValues(const char* column, const char* join,
-                                                 const SearchQuery& query) const;
-
-    std::unique_ptr<sqlite3, Closer> _db;
+    std::unique_ptr<Connection> _connection;
     mutable std::mutex _mutex;
     SearchPlan _searchPlan = SearchPlan::Indexed;
-    // Library lists and cached counts of the indexed plan, valid until anything writes.
-    std::unique_ptr<SearchState> _search;
-    FullTextRowBudget* _fullTextBudget = nullptr; // owned by the connection; null without FTS5
-    // Declared after the connection so that it is finalized before the connection closes.
-    mutable StatementCache _statements;
-    std::unique_ptr<NameOrder> _nameOrder; // hooked into the connection: released before it
+    // Declared after the connection so that they are released before it closes.
+    std::unique_ptr<StatementCache> _statements;
+    std::unique_ptr<IndexedPlan> _indexed;
 
-    struct ScanGroup {
-        int batches = 0; // ScanBatch objects alive
-        bool open = false;
-        int writes = 0;
-        std::chrono::steady_clock::time_point began;
-    };
-    mutable ScanGroup _group;
+    class ScanGroup;
+    std::unique_ptr<ScanGroup> _group;
 };
 
 } // namespace qv

@@ -1,9 +1,13 @@
 // Libraries and the scanner's sample records.
 #include "db/database.h"
 
+#include "db/scan_group.h"
+#include "db/schema.h"
+#include "sql/connection.h"
+#include "sql/sqlite_error.h"
 #include "sql/statement.h"
-
-#include <sqlite3.h>
+#include "sql/statement_cache.h"
+#include "sql/transaction.h"
 
 #include <string_view>
 #include <system_error>
@@ -15,7 +19,7 @@ namespace {
 
 std::string offlineKey(const std::filesystem::path& path)
 {
-    return "offline_library:" + path.string();
+    return schema::kOfflineLibraryKey + path.string();
 }
 
 bool vanished(const std::string& path)
@@ -30,18 +34,18 @@ bool vanished(const std::string& path)
 std::int64_t Database::addLibrary(const std::filesystem::path& path)
 {
     const auto lock = settledLock();
-    Statement st(_db.get(),
+    Statement st(*_connection,
                  "INSERT INTO libraries(path) VALUES(?) ON CONFLICT(path) DO UPDATE SET last_scanned_at=unixepoch() "
                  "RETURNING id");
     st.bind(1, path.native());
-    if (!st.step()) throwSqliteError(_db.get());
+    if (!st.step()) _connection->throwError();
     return st.columnInt64(0);
 }
 
 void Database::setLibraryAvailable(const std::filesystem::path& path, bool available)
 {
     const auto lock = settledLock();
-    Statement st(_db.get(), available ? "DELETE FROM app_metadata WHERE key=?"
+    Statement st(*_connection, available ? "DELETE FROM app_metadata WHERE key=?"
                                       : "INSERT INTO app_metadata(key,value) VALUES(?,'1') ON CONFLICT(key) DO "
                                         "UPDATE SET value='1'");
     st.bind(1, offlineKey(path));
@@ -53,7 +57,7 @@ std::optional<Sample> Database::findByPath(const std::filesystem::path& path) co
     std::lock_guard lock(_mutex);
     commitScanGroupWhenDue();
     try {
-        Statement st(_db.get(), _statements, "SELECT id,file_size,modified_at FROM samples WHERE path=?");
+        Statement st(*_connection, *_statements, "SELECT id,file_size,modified_at FROM samples WHERE path=?");
         st.bind(1, path.native());
         if (!st.step()) return std::nullopt;
         Sample sample;
@@ -62,7 +66,7 @@ std::optional<Sample> Database::findByPath(const std::filesystem::path& path) co
         sample.fileSize = st.columnInt64(1);
         sample.modifiedAt = st.columnInt64(2);
         return sample;
-    } catch (const std::runtime_error&) {
+    } catch (const SqliteError&) {
         return std::nullopt; // a lookup failure reads as "not indexed"
     }
 }
@@ -78,7 +82,7 @@ std::optional<std::filesystem::path> Database::relinkMovedSample(std::int64_t li
     std::string candidatePath;
     int kept = 0;
     {
-        Statement st(_db.get(), _statements,
+        Statement st(*_connection, *_statements,
                      "SELECT id,path FROM samples WHERE library_id=? AND filename=? COLLATE BINARY AND file_size=? "
                      "AND modified_at=? AND path<>?");
         st.bind(1, libraryId);
@@ -97,7 +101,7 @@ std::optional<std::filesystem::path> Database::relinkMovedSample(std::int64_t li
     }
     if (kept != 1) return std::nullopt;
 
-    Statement update(_db.get(), _statements, "UPDATE samples SET path=?,filename=?,analyzed_at=unixepoch() WHERE id=?");
+    Statement update(*_connection, *_statements, "UPDATE samples SET path=?,filename=?,analyzed_at=unixepoch() WHERE id=?");
     update.bind(1, newPath.native());
     update.bind(2, filename);
     update.bind(3, *candidateId);
@@ -110,31 +114,21 @@ std::optional<std::filesystem::path> Database::relinkMovedSample(std::int64_t li
 void Database::upsert(const Sample& sample, std::int64_t libraryId)
 {
     std::lock_guard lock(_mutex);
-    sqlite3* db = _db.get();
     beginGroupedWrite();
     // One commit instead of four: the record, its genre rows and its display genre. A
     // savepoint nests inside a caller's transaction as well.
-    execute(db, "SAVEPOINT qv_upsert");
-    try {
-        upsertLocked(sample, libraryId);
-        execute(db, "RELEASE qv_upsert");
-        endGroupedWrite();
-    } catch (...) {
-        try {
-            execute(db, "ROLLBACK TO qv_upsert; RELEASE qv_upsert");
-        } catch (const std::exception&) {
-            // The first error is the one worth reporting.
-        }
-        throw;
-    }
+    Savepoint savepoint(*_connection, "qv_upsert");
+    upsertLocked(sample, libraryId);
+    savepoint.release();
+    endGroupedWrite();
 }
 
 void Database::upsertLocked(const Sample& sample, std::int64_t libraryId)
 {
-    sqlite3* db = _db.get();
+    Connection& db = *_connection;
     std::int64_t id = 0;
     {
-        Statement st(db, _statements,
+        Statement st(db, *_statements,
                      "INSERT INTO "
                      "samples(path,filename,library_id,type,auto_type,genre,auto_genre,instrument,auto_instrument,bpm,"
                      "musical_key,duration,file_size,modified_at) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?) ON "
@@ -160,30 +154,32 @@ void Database::upsertLocked(const Sample& sample, std::int64_t libraryId)
         st.bind(12, sample.duration);
         st.bind(13, sample.fileSize);
         st.bind(14, sample.modifiedAt);
-        if (!st.step()) throwSqliteError(db);
+        if (!st.step()) db.throwError();
         id = st.columnInt64(0);
     }
 
     // The genre rows and the display genre are best effort: the record itself is stored.
-    {
-        Statement st(db, _statements, "DELETE FROM sample_genres WHERE sample_id=? AND source='auto'");
-        st.bind(1, id);
-        st.stepRaw();
-    }
+    const auto bestEffort = [&](const char* sql, const auto& bind) {
+        try {
+            Statement st(db, *_statements, sql);
+            bind(st);
+            st.stepDone();
+        } catch (const SqliteError&) {
+        }
+    };
+    bestEffort("DELETE FROM sample_genres WHERE sample_id=? AND source='auto'", [&](Statement& st) { st.bind(1, id); });
     if (!sample.genre.empty()) {
-        Statement st(db, _statements, "INSERT OR IGNORE INTO sample_genres(sample_id,genre,source) VALUES(?,?,'auto')");
-        st.bind(1, id);
-        st.bind(2, sample.genre);
-        st.stepRaw();
+        bestEffort("INSERT OR IGNORE INTO sample_genres(sample_id,genre,source) VALUES(?,?,'auto')", [&](Statement& st) {
+            st.bind(1, id);
+            st.bind(2, sample.genre);
+        });
     }
-    {
-        Statement st(db, _statements,
-                     "UPDATE samples SET genre=(SELECT group_concat(genre, ', ') FROM (SELECT DISTINCT genre FROM "
-                     "sample_genres WHERE sample_id=? ORDER BY source DESC,genre COLLATE NOCASE)) WHERE id=?");
-        st.bind(1, id);
-        st.bind(2, id);
-        st.stepRaw();
-    }
+    bestEffort("UPDATE samples SET genre=(SELECT group_concat(genre, ', ') FROM (SELECT DISTINCT genre FROM "
+               "sample_genres WHERE sample_id=? ORDER BY source DESC,genre COLLATE NOCASE)) WHERE id=?",
+               [&](Statement& st) {
+                   st.bind(1, id);
+                   st.bind(2, id);
+               });
 }
 
 void Database::removeMissing(std::int64_t libraryId, const std::vector<std::string>& seenPaths,
@@ -193,17 +189,17 @@ void Database::removeMissing(std::int64_t libraryId, const std::vector<std::stri
     removed = 0;
     const std::unordered_set<std::string_view> seen(seenPaths.begin(), seenPaths.end());
 
-    Transaction tx(_db.get());
+    Transaction tx(*_connection);
     std::vector<std::int64_t> gone;
     {
-        Statement st(_db.get(), "SELECT id,path FROM samples WHERE library_id=?");
+        Statement st(*_connection, "SELECT id,path FROM samples WHERE library_id=?");
         st.bind(1, libraryId);
         while (st.step()) {
             if (!seen.contains(st.columnText(1))) gone.push_back(st.columnInt64(0));
         }
     }
     {
-        Statement st(_db.get(), "DELETE FROM samples WHERE id=?");
+        Statement st(*_connection, "DELETE FROM samples WHERE id=?");
         for (const auto id : gone) {
             st.bind(1, id);
             st.stepDone();
@@ -219,14 +215,16 @@ std::vector<Library> Database::libraries() const
     const auto lock = settledLock();
     std::vector<Library> result;
     try {
-        Statement st(_db.get(),
-                     "SELECT l.id,l.path,count(s.id),coalesce(m.value,'') FROM libraries l LEFT JOIN samples s ON "
-                     "s.library_id=l.id AND substr(s.filename,1,2)<>'._' LEFT JOIN app_metadata m ON "
-                     "m.key='library_label:'||l.id GROUP BY l.id,l.path,m.value ORDER BY l.path COLLATE NOCASE");
+        Statement st(*_connection, "SELECT l.id,l.path,count(s.id),coalesce(m.value,'') FROM libraries l LEFT JOIN "
+                                   "samples s ON s.library_id=l.id AND "
+                                       + std::string(schema::kVisibleSample)
+                                       + " LEFT JOIN app_metadata m ON m.key=?||l.id GROUP BY l.id,l.path,m.value "
+                                         "ORDER BY l.path COLLATE NOCASE");
+        st.bind(1, schema::kLibraryLabelKey);
         while (st.step()) {
             result.push_back({st.columnInt64(0), st.columnText(1), st.columnInt64(2), st.columnText(3)});
         }
-    } catch (const std::runtime_error&) {
+    } catch (const SqliteError&) {
         // A listing returns what it could read.
     }
     return result;
@@ -236,23 +234,24 @@ void Database::setLibraryDisplayLabel(std::int64_t libraryId, const std::string&
 {
     const auto lock = settledLock();
     if (label.empty()) {
-        Statement st(_db.get(), "DELETE FROM app_metadata WHERE key='library_label:'||?");
-        st.bind(1, libraryId);
+        Statement st(*_connection, "DELETE FROM app_metadata WHERE key=?||?");
+        st.bind(1, schema::kLibraryLabelKey);
+        st.bind(2, libraryId);
         st.stepDone();
         return;
     }
-    Statement st(_db.get(),
-                 "INSERT INTO app_metadata(key,value) VALUES('library_label:'||?,?) ON CONFLICT(key) DO UPDATE SET "
-                 "value=excluded.value");
-    st.bind(1, libraryId);
-    st.bind(2, label);
+    Statement st(*_connection,
+                 "INSERT INTO app_metadata(key,value) VALUES(?||?,?) ON CONFLICT(key) DO UPDATE SET value=excluded.value");
+    st.bind(1, schema::kLibraryLabelKey);
+    st.bind(2, libraryId);
+    st.bind(3, label);
     st.stepDone();
 }
 
 void Database::removeLibrary(std::int64_t libraryId)
 {
     const auto lock = settledLock();
-    Statement st(_db.get(), "DELETE FROM libraries WHERE id=?");
+    Statement st(*_connection, "DELETE FROM libraries WHERE id=?");
     st.bind(1, libraryId);
     st.stepDone();
 }
@@ -262,12 +261,12 @@ std::vector<IndexedPath> Database::indexedPaths() const
     const auto lock = settledLock();
     std::vector<IndexedPath> result;
     try {
-        Statement st(_db.get(),
-                     "SELECT l.path,s.path,coalesce(m.value,'') FROM samples s JOIN libraries l ON l.id=s.library_id "
-                     "LEFT JOIN app_metadata m ON m.key='library_label:'||l.id WHERE substr(s.filename,1,2)<>'._' "
-                     "ORDER BY s.path");
+        Statement st(*_connection, "SELECT l.path,s.path,coalesce(m.value,'') FROM samples s JOIN libraries l ON "
+                                   "l.id=s.library_id LEFT JOIN app_metadata m ON m.key=?||l.id WHERE "
+                                       + std::string(schema::kVisibleSample) + " ORDER BY s.path");
+        st.bind(1, schema::kLibraryLabelKey);
         while (st.step()) result.push_back({st.columnText(0), st.columnText(1), st.columnText(2)});
-    } catch (const std::runtime_error&) {
+    } catch (const SqliteError&) {
         // A listing returns what it could read.
     }
     return result;
@@ -277,10 +276,10 @@ bool Database::hasSample(std::int64_t sampleId) const
 {
     const auto lock = settledLock();
     try {
-        Statement st(_db.get(), "SELECT 1 FROM samples WHERE id=?");
+        Statement st(*_connection, "SELECT 1 FROM samples WHERE id=?");
         st.bind(1, sampleId);
         return st.step();
-    } catch (const std::runtime_error&) {
+    } catch (const SqliteError&) {
         return false;
     }
 }
@@ -289,9 +288,9 @@ std::int64_t Database::countSamples() const
 {
     const auto lock = settledLock();
     try {
-        Statement st(_db.get(), "SELECT count(*) FROM samples WHERE substr(filename,1,2)<>'._'");
+        Statement st(*_connection, "SELECT count(*) FROM samples WHERE " + std::string(schema::kVisibleFile));
         return st.step() ? st.columnInt64(0) : 0;
-    } catch (const std::runtime_error&) {
+    } catch (const SqliteError&) {
         return 0;
     }
 }
@@ -301,23 +300,29 @@ int Database::parserRevision() const
     const auto lock = settledLock();
     std::string text;
     try {
-        Statement st(_db.get(), "SELECT value FROM app_metadata WHERE key='parser_revision'");
+        Statement st(*_connection, "SELECT value FROM app_metadata WHERE key=?");
+        st.bind(1, schema::kParserRevisionKey);
         if (!st.step()) return 0;
         text = st.columnText(0);
-    } catch (const std::runtime_error&) {
+    } catch (const SqliteError&) {
         return 0;
     }
-    // A non-numeric value is a damaged index, worth an exception rather than a guess.
-    return std::stoi(text);
+    // A damaged index, worth an error rather than a guess: a guess could skip the
+    // re-index it needs or repeat one on every start.
+    try {
+        return std::stoi(text);
+    } catch (const std::logic_error&) {
+        throw std::runtime_error("The index's parser revision \"" + text + "\" is not a number");
+    }
 }
 
 void Database::setParserRevision(int revision)
 {
     const auto lock = settledLock();
-    Statement st(_db.get(),
-                 "INSERT INTO app_metadata(key,value) VALUES('parser_revision',?) ON CONFLICT(key) DO UPDATE SET "
-                 "value=excluded.value");
-    st.bind(1, std::to_string(revision));
+    Statement st(*_connection,
+                 "INSERT INTO app_metadata(key,value) VALUES(?,?) ON CONFLICT(key) DO UPDATE SET value=excluded.value");
+    st.bind(1, schema::kParserRevisionKey);
+    st.bind(2, std::to_string(revision));
     st.stepDone();
 }
 

@@ -1,9 +1,9 @@
 #include "db/migrations.h"
 
 #include "db/database.h"
+#include "sql/connection.h"
+#include "sql/sqlite_error.h"
 #include "sql/statement.h"
-
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -90,14 +90,11 @@ void Database::migrate()
     exec(schema::kVersionTable);
 
     int version = 0;
-    {
+    try {
+        Statement st(*_connection, "SELECT version FROM schema_version");
+        if (st.step()) version = static_cast<int>(st.columnInt64(0));
+    } catch (const SqliteError&) {
         // An unreadable version counts as 0.
-        sqlite3_stmt* raw = nullptr;
-        if (sqlite3_prepare_v2(_db.get(), "SELECT version FROM schema_version", -1, &raw, nullptr) == SQLITE_OK
-            && sqlite3_step(raw) == SQLITE_ROW) {
-            version = sqlite3_column_int(raw, 0);
-        }
-        sqlite3_finalize(raw);
     }
 
     if (version >= 1 && version < schema::kCurrentVersion) backupBeforeVersion5();
@@ -111,29 +108,18 @@ void Database::migrate()
 
 void Database::backupBeforeVersion5()
 {
-    const std::string backupPath = std::string(sqlite3_db_filename(_db.get(), "main")) + ".pre-v5-backup";
+    const std::filesystem::path backupPath = _connection->fileName() + ".pre-v5-backup";
 
     std::error_code ec;
-    const auto status = std::filesystem::status(backupPath, ec);
-    const bool absent = status.type() == std::filesystem::file_type::not_found
-        || status.type() == std::filesystem::file_type::none;
-    if (!absent) return; // never overwrite an earlier backup
-
-    sqlite3* destination = nullptr;
-    if (sqlite3_open(backupPath.c_str(), &destination) != SQLITE_OK) {
-        sqlite3_close(destination);
-        throw std::runtime_error("Could not create migration backup");
+    const auto type = std::filesystem::status(backupPath, ec).type();
+    if (type != std::filesystem::file_type::not_found && type != std::filesystem::file_type::none) {
+        return; // never overwrite an earlier backup
     }
 
-    int stepResult = SQLITE_ERROR;
-    if (sqlite3_backup* backup = sqlite3_backup_init(destination, "main", _db.get(), "main")) {
-        stepResult = sqlite3_backup_step(backup, -1);
-        sqlite3_backup_finish(backup);
-    }
-    const int destinationError = sqlite3_errcode(destination);
-    sqlite3_close(destination);
-
-    if (stepResult != SQLITE_DONE || destinationError != SQLITE_OK) {
+    switch (_connection->backupTo(backupPath)) {
+    case Connection::Backup::Done: return;
+    case Connection::Backup::NotOpened: throw std::runtime_error("Could not create migration backup");
+    case Connection::Backup::Failed:
         std::filesystem::remove(backupPath, ec);
         throw std::runtime_error("Could not complete migration backup");
     }

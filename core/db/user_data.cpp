@@ -2,27 +2,18 @@
 // writes these columns, which is what lets them survive rescans.
 #include "db/database.h"
 
+#include "db/schema.h"
 #include "inference/metadata_parser.h"
+#include "sql/connection.h"
+#include "sql/sqlite_error.h"
 #include "sql/statement.h"
-
-#include <sqlite3.h>
-
-#include <algorithm>
-#include <cctype>
+#include "sql/transaction.h"
 
 namespace qv {
 
 namespace {
 
 constexpr const char* kBelowFolder = "substr(path,1,length(?)+1)=?||'/'";
-
-bool isMidiFileName(const std::string& path)
-{
-    std::string extension = std::filesystem::path(path).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension == ".mid" || extension == ".midi";
-}
 
 std::string trimmedName(const std::string& name)
 {
@@ -48,7 +39,7 @@ void bindOverride(Statement& st, const std::optional<std::string>& value, const 
 }
 
 // One folder-wide override update in its own immediate transaction: all or nothing.
-void overrideBelowFolder(sqlite3* db, const std::string& sql, const std::optional<std::string>& value,
+void overrideBelowFolder(Connection& db, const std::string& sql, const std::optional<std::string>& value,
                          const std::filesystem::path& folder)
 {
     Transaction transaction(db);
@@ -67,7 +58,7 @@ void overrideBelowFolder(sqlite3* db, const std::string& sql, const std::optiona
 void Database::setFavorite(std::int64_t sampleId, bool favorite)
 {
     const auto lock = settledLock();
-    Statement st(_db.get(), "UPDATE samples SET favorite=? WHERE id=?");
+    Statement st(*_connection, "UPDATE samples SET favorite=? WHERE id=?");
     st.bind(1, favorite ? 1 : 0);
     st.bind(2, sampleId);
     st.stepDone();
@@ -77,10 +68,10 @@ bool Database::isFavorite(std::int64_t sampleId) const
 {
     const auto lock = settledLock();
     try {
-        Statement st(_db.get(), "SELECT favorite FROM samples WHERE id=?");
+        Statement st(*_connection, "SELECT favorite FROM samples WHERE id=?");
         st.bind(1, sampleId);
         return st.step() && st.columnInt64(0) != 0;
-    } catch (const std::runtime_error&) {
+    } catch (const SqliteError&) {
         return false;
     }
 }
@@ -91,20 +82,20 @@ void Database::setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::
     const auto lock = settledLock();
     if (type == SampleType::MIDI) {
         // Checked before anything changes, so a refusal leaves every sample as it was.
-        Statement st(_db.get(), "SELECT path FROM samples WHERE id=?");
+        Statement st(*_connection, "SELECT path FROM samples WHERE id=?");
         for (const std::int64_t id : sampleIds) {
             st.bind(1, id);
             if (!st.step()) throw std::runtime_error("Sample no longer exists");
             const std::string path = st.columnText(0);
-            if (!isMidiFileName(path)) throw std::runtime_error("Only .mid and .midi files can be marked as MIDI");
+            if (!hasMidiExtension(path)) throw std::runtime_error("Only .mid and .midi files can be marked as MIDI");
             st.reset();
             st.clearBindings();
         }
     }
 
-    Transaction transaction(_db.get());
+    Transaction transaction(*_connection);
     {
-        Statement st(_db.get(),
+        Statement st(*_connection,
                      "UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),type_override_source=? "
                      "WHERE id=?");
         const std::optional<std::string> text = type ? std::optional(toString(*type)) : std::nullopt;
@@ -112,9 +103,13 @@ void Database::setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::
             bindOverride(st, text, "sample");
             st.bind(4, id);
             // A vanished sample fails the whole call: no id keeps its change.
-            if (st.stepRaw() != SQLITE_DONE || sqlite3_changes(_db.get()) != 1) {
-                throw std::runtime_error("Sample type override could not be saved");
+            bool saved = false;
+            try {
+                st.stepDone();
+                saved = _connection->changes() == 1;
+            } catch (const SqliteError&) {
             }
+            if (!saved) throw std::runtime_error("Sample type override could not be saved");
             st.reset();
             st.clearBindings();
         }
@@ -126,7 +121,7 @@ void Database::setFolderTypeOverride(const std::filesystem::path& folder, std::o
 {
     if (type == SampleType::MIDI) throw std::runtime_error("Folder type override cannot mark audio as MIDI");
     const auto lock = settledLock();
-    overrideBelowFolder(_db.get(),
+    overrideBelowFolder(*_connection,
                         std::string("UPDATE samples SET user_type_override=?,type=coalesce(?,auto_type),"
                                     "type_override_source=? WHERE ")
                             + kBelowFolder + " AND type<>'MIDI'",
@@ -137,7 +132,7 @@ void Database::setFolderInstrumentOverride(const std::filesystem::path& folder,
                                            const std::optional<std::string>& instrument)
 {
     const auto lock = settledLock();
-    overrideBelowFolder(_db.get(),
+    overrideBelowFolder(*_connection,
                         std::string("UPDATE samples SET user_instrument_override=?,instrument=coalesce(?,"
                                     "auto_instrument),instrument_override_source=? WHERE ")
                             + kBelowFolder,
@@ -148,9 +143,9 @@ void Database::setFolderGenreOverride(const std::filesystem::path& folder, const
 {
     if (genre.empty()) return;
     const auto lock = settledLock();
-    Transaction transaction(_db.get());
+    Transaction transaction(*_connection);
     {
-        Statement change(_db.get(),
+        Statement change(*_connection,
                          add ? std::string("INSERT OR IGNORE INTO sample_genres(sample_id,genre,source) SELECT "
                                            "id,?,'folder' FROM samples WHERE ")
                                    + kBelowFolder
@@ -165,7 +160,7 @@ void Database::setFolderGenreOverride(const std::filesystem::path& folder, const
     }
     {
         // The display genre lists the user's genres first.
-        Statement rebuild(_db.get(), std::string("UPDATE samples SET genre=(SELECT group_concat(genre, ', ') FROM "
+        Statement rebuild(*_connection, std::string("UPDATE samples SET genre=(SELECT group_concat(genre, ', ') FROM "
                                                  "(SELECT DISTINCT genre FROM sample_genres WHERE "
                                                  "sample_id=samples.id ORDER BY source DESC,genre COLLATE NOCASE)) "
                                                  "WHERE ")
@@ -191,12 +186,12 @@ std::vector<Playlist> Database::playlists() const
     const auto lock = settledLock();
     std::vector<Playlist> result;
     try {
-        Statement st(_db.get(),
-                     "SELECT p.id,p.name,count(s.id) FROM playlists p LEFT JOIN playlist_items pi ON "
-                     "pi.playlist_id=p.id LEFT JOIN samples s ON s.id=pi.sample_id AND substr(s.filename,1,2)<>'._' "
-                     "GROUP BY p.id,p.name ORDER BY p.name COLLATE NOCASE");
+        Statement st(*_connection, "SELECT p.id,p.name,count(s.id) FROM playlists p LEFT JOIN playlist_items pi ON "
+                                   "pi.playlist_id=p.id LEFT JOIN samples s ON s.id=pi.sample_id AND "
+                                       + std::string(schema::kVisibleSample)
+                                       + " GROUP BY p.id,p.name ORDER BY p.name COLLATE NOCASE");
         while (st.step()) result.push_back({st.columnInt64(0), st.columnText(1), st.columnInt64(2)});
-    } catch (const std::runtime_error&) {
+    } catch (const SqliteError&) {
         // A listing returns what it could read.
     }
     return result;
@@ -207,19 +202,21 @@ std::int64_t Database::createPlaylist(const std::string& name)
     const std::string trimmed = trimmedName(name);
     if (trimmed.empty()) throw std::runtime_error("Playlist name cannot be empty");
     const auto lock = settledLock();
-    Statement st(_db.get(), "INSERT INTO playlists(name) VALUES(?) RETURNING id");
+    Statement st(*_connection, "INSERT INTO playlists(name) VALUES(?) RETURNING id");
     st.bind(1, trimmed);
-    if (st.stepRaw() == SQLITE_ROW) return st.columnInt64(0);
-    if (sqlite3_extended_errcode(_db.get()) == SQLITE_CONSTRAINT_UNIQUE) {
-        throw std::runtime_error("A playlist with that name already exists");
+    try {
+        if (!st.step()) _connection->throwError();
+    } catch (const SqliteError& error) {
+        if (error.isUniqueConstraint()) throw std::runtime_error("A playlist with that name already exists");
+        throw;
     }
-    throwSqliteError(_db.get());
+    return st.columnInt64(0);
 }
 
 void Database::deletePlaylist(std::int64_t playlistId)
 {
     const auto lock = settledLock();
-    Statement st(_db.get(), "DELETE FROM playlists WHERE id=?");
+    Statement st(*_connection, "DELETE FROM playlists WHERE id=?");
     st.bind(1, playlistId);
     st.stepDone();
 }
@@ -227,7 +224,7 @@ void Database::deletePlaylist(std::int64_t playlistId)
 void Database::addToPlaylist(std::int64_t playlistId, std::int64_t sampleId)
 {
     const auto lock = settledLock();
-    Statement st(_db.get(),
+    Statement st(*_connection,
                  "INSERT OR IGNORE INTO playlist_items(playlist_id,sample_id,position) VALUES(?,?,(SELECT "
                  "coalesce(max(position),-1)+1 FROM playlist_items WHERE playlist_id=?))");
     st.bind(1, playlistId);
@@ -239,7 +236,7 @@ void Database::addToPlaylist(std::int64_t playlistId, std::int64_t sampleId)
 void Database::removeFromPlaylist(std::int64_t playlistId, std::int64_t sampleId)
 {
     const auto lock = settledLock();
-    Statement st(_db.get(), "DELETE FROM playlist_items WHERE playlist_id=? AND sample_id=?");
+    Statement st(*_connection, "DELETE FROM playlist_items WHERE playlist_id=? AND sample_id=?");
     st.bind(1, playlistId);
     st.bind(2, sampleId);
     st.stepDone();

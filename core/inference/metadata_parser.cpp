@@ -1,6 +1,7 @@
 // The metadata pipeline: one file on disk to one Sample record.
 #include "inference/metadata_parser.h"
 
+#include "ascii.h"
 #include "scan/file_time.h"
 
 #include <system_error>
@@ -13,8 +14,8 @@ std::string MetadataParser::prepareText(std::string_view text)
     for (char& c : prepared) {
         if (c == '-' || c == '_' || c == '/' || c == '\\') {
             c = ' ';
-        } else if (c >= 'A' && c <= 'Z') {
-            c = static_cast<char>(c - 'A' + 'a');
+        } else {
+            c = ascii::lower(c);
         }
     }
     return prepared;

@@ -1,6 +1,8 @@
 // The loop / one-shot decision: name keywords weighed against the onset structure.
 #include "inference/metadata_parser.h"
 
+#include "ascii.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -32,22 +34,13 @@ bool containsAny(std::string_view text, const std::array<std::string_view, N>& k
                        [text](std::string_view keyword) { return text.find(keyword) != std::string_view::npos; });
 }
 
-bool isMidiExtension(const std::filesystem::path& path)
-{
-    std::string extension = path.extension().string();
-    for (char& c : extension) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return extension == ".mid" || extension == ".midi";
-}
-
 } // namespace
 
 Classification MetadataParser::classifyDetailed(const std::filesystem::path& path, std::string_view text,
                                                 std::optional<std::int32_t> bpm,
                                                 const std::optional<AudioStructure>& structure) const
 {
-    if (isMidiExtension(path)) return {SampleType::MIDI, 0, 0};
+    if (hasMidiExtension(path)) return {SampleType::MIDI, 0, 0};
 
     const std::string prepared = prepareText(text);
     const bool hasLoopWord = containsAny(prepared, kLoopKeywords);

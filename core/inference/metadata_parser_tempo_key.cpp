@@ -1,6 +1,8 @@
 // Tempo and key from names.
 #include "inference/metadata_parser.h"
 
+#include "ascii.h"
+
 #include <array>
 #include <regex>
 #include <string>
@@ -44,14 +46,6 @@ bool inTempoRange(std::int32_t value)
     return value >= 50 && value <= 399;
 }
 
-std::string lowerAscii(std::string text)
-{
-    for (char& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
-}
-
 std::string normalizedKey(const std::smatch& match)
 {
     // No entries for E# or B#: they pass through unchanged.
@@ -70,7 +64,7 @@ std::string normalizedKey(const std::smatch& match)
     } else {
         note += accidental;
     }
-    const std::string mode = lowerAscii(match.size() > 3 ? match[3].str() : std::string());
+    const std::string mode = ascii::lowered(match.size() > 3 ? match[3].str() : std::string());
     if (mode == "m" || mode.starts_with("min")) return note + " minor";
     if (mode.starts_with("maj")) return note + " major";
     return note;

@@ -1,6 +1,8 @@
 // Instrument and genre vocabularies, matched as plain substrings.
 #include "inference/metadata_parser.h"
 
+#include "ascii.h"
+
 #include <array>
 #include <string_view>
 #include <utility>
@@ -35,21 +37,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kInstrum
     {"cymbal", "Cymbal"},     {"cymbals", "Cymbal"},
 }};
 
-bool isAsciiAlnum(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
-char upperAscii(char c)
-{
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
-char lowerAscii(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 } // namespace
 
 std::string MetadataParser::parseInstrument(std::string_view text) const
@@ -77,12 +64,12 @@ std::string normalizedInstrument(std::string name)
 {
     std::string key;
     for (const char c : name) {
-        if (isAsciiAlnum(c)) key += lowerAscii(c);
+        if (ascii::isAlnum(c)) key += ascii::lower(c);
     }
     for (const auto& [spelling, canonical] : kInstrumentSpellings) {
         if (key == spelling) return std::string(canonical);
     }
-    if (!name.empty()) name[0] = upperAscii(name[0]);
+    if (!name.empty()) name[0] = ascii::upper(name[0]);
     return name;
 }
 

@@ -1,5 +1,6 @@
 #include "scan/library_scanner.h"
 
+#include "ascii.h"
 #include "db/database.h"
 #include "scan/file_time.h"
 
@@ -37,12 +38,9 @@ bool LibraryScanner::supported(const fs::path& path)
 {
     const std::string name = path.filename().string();
     if (name.size() >= 2 && name.starts_with("._")) return false;
-    std::string extension = path.extension().string();
-    for (char& c : extension) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
+    const std::string extension = ascii::lowered(path.extension().string());
     return extension == ".wav" || extension == ".aif" || extension == ".aiff" || extension == ".mp3"
-        || extension == ".mid" || extension == ".midi";
+        || hasMidiExtension(path);
 }
 
 ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, bool force)

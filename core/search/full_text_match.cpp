@@ -1,6 +1,9 @@
 #include "search/full_text_match.h"
 
 #include "search/search_rank.h"
+#include "sql/connection.h"
+#include "sql/full_text_tokenizer.h"
+#include "sql/sqlite_error.h"
 
 #include <sqlite3.h>
 
@@ -14,45 +17,13 @@ namespace qv {
 
 namespace {
 
-// FTS5 cuts longer tokens to this many bytes, in documents and queries alike.
-constexpr int kMaxTokenBytes = 32768;
-
 // A phrase: its tokens in order, the last one a prefix.
 using Phrase = std::vector<std::string>;
 
-class Matcher {
-public:
-    Matcher(const fts5_tokenizer& api, Fts5Tokenizer* instance)
-        : _api(api)
-        , _instance(instance)
-    {
-    }
-    ~Matcher() { _api.xDelete(_instance); }
-    Matcher(const Matcher&) = delete;
-    Matcher& operator=(const Matcher&) = delete;
-
+// The connection's own tokenizer, and the budget of counted calls.
+struct Matcher {
+    std::unique_ptr<FullTextTokenizer> tokenizer;
     FullTextRowBudget budget;
-
-    // Each token of `text`, as the tokenizer folds it, into `tokens`.
-    int tokenize(std::string_view text, int flags, std::vector<std::string>& tokens, std::size_t& count)
-    {
-        count = 0;
-        struct Sink {
-            std::vector<std::string>* tokens;
-            std::size_t* count;
-        } sink{&tokens, &count};
-        const auto each = [](void* context, int, const char* token, int bytes, int, int) {
-            auto* s = static_cast<Sink*>(context);
-            if (*s->count == s->tokens->size()) s->tokens->emplace_back();
-            (*s->tokens)[(*s->count)++].assign(token, static_cast<std::size_t>(std::min(bytes, kMaxTokenBytes)));
-            return SQLITE_OK;
-        };
-        return _api.xTokenize(_instance, &sink, flags, text.data(), static_cast<int>(text.size()), each);
-    }
-
-private:
-    fts5_tokenizer _api;
-    Fts5Tokenizer* _instance;
 };
 
 // The phrases of a search text as the full-text query parses them: each search token,
@@ -99,7 +70,7 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
         std::vector<std::string> tokens;
         for (const auto& token : searchTokens(textOf(argv[0]))) {
             std::size_t count = 0;
-            if (matcher->tokenize(token, FTS5_TOKENIZE_QUERY | FTS5_TOKENIZE_PREFIX, tokens, count) != SQLITE_OK) {
+            if (!matcher->tokenizer->tokenize(token, FullTextTokenizer::Mode::QueryPrefix, tokens, count)) {
                 sqlite3_result_error_nomem(context);
                 return;
             }
@@ -124,7 +95,7 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
         const std::string_view text = textOf(argv[column]);
         if (text.empty()) continue;
         std::size_t count = 0;
-        if (matcher->tokenize(text, FTS5_TOKENIZE_DOCUMENT, tokens, count) != SQLITE_OK) {
+        if (!matcher->tokenizer->tokenize(text, FullTextTokenizer::Mode::Document, tokens, count)) {
             sqlite3_result_error_nomem(context);
             keep();
             return;
@@ -140,33 +111,19 @@ void fullTextMatchSql(sqlite3_context* context, int argc, sqlite3_value** argv)
     keep();
 }
 
-fts5_api* fts5Of(sqlite3* db)
-{
-    fts5_api* api = nullptr;
-    sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(db, "SELECT fts5(?1)", -1, &st, nullptr) != SQLITE_OK) return nullptr;
-    sqlite3_bind_pointer(st, 1, static_cast<void*>(&api), "fts5_api_ptr", nullptr);
-    sqlite3_step(st);
-    sqlite3_finalize(st);
-    return api;
-}
-
 } // namespace
 
-FullTextRowBudget* registerFullTextMatch(sqlite3* db)
+FullTextRowBudget* registerFullTextMatch(Connection& db)
 {
-    fts5_api* fts5 = fts5Of(db);
-    void* userData = nullptr;
-    fts5_tokenizer api{};
-    if (!fts5 || fts5->xFindTokenizer(fts5, "unicode61", &userData, &api) != SQLITE_OK) return nullptr;
-    Fts5Tokenizer* instance = nullptr;
-    if (api.xCreate(userData, nullptr, 0, &instance) != SQLITE_OK) return nullptr;
-    auto matcher = std::make_unique<Matcher>(api, instance);
+    auto matcher = std::make_unique<Matcher>();
+    matcher->tokenizer = FullTextTokenizer::find(db, "unicode61");
+    if (!matcher->tokenizer) return nullptr;
     Matcher* raw = matcher.get();
-    if (sqlite3_create_function_v2(db, "qv_full_text_match", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, matcher.release(),
-                                   &fullTextMatchSql, nullptr, nullptr,
-                                   [](void* p) { delete static_cast<Matcher*>(p); })
-        != SQLITE_OK) {
+    try {
+        // SQLite owns the matcher from here on, and frees it even when this fails.
+        db.defineFunction("qv_full_text_match", -1, &fullTextMatchSql, matcher.release(),
+                          [](void* p) { delete static_cast<Matcher*>(p); });
+    } catch (const SqliteError&) {
         return nullptr;
     }
     return &raw->budget;

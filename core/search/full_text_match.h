@@ -10,16 +10,16 @@
 
 #include <cstdint>
 
-struct sqlite3;
-
 namespace qv {
+
+class Connection;
 
 // Registers "qv_full_text_match"(text, counted, column...) on the connection: 1 when the
 // columns given, taken together, match the text. Calls with `counted` nonzero spend the
 // connection's FullTextRowBudget and fail once it is spent, so that a caller trying the
 // row test gives up on it when it reads more rows than the full-text table would cost.
 class FullTextRowBudget;
-FullTextRowBudget* registerFullTextMatch(sqlite3* db);
+FullTextRowBudget* registerFullTextMatch(Connection& db);
 
 // The calls left before the full test fails with an error; owned by the connection.
 class FullTextRowBudget {

@@ -1,12 +1,11 @@
 #include "search/name_order.h"
 
+#include "db/schema.h"
 #include "search/search_rank.h"
+#include "sql/connection.h"
 #include "sql/statement.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
-#include <cstring>
 #include <string_view>
 
 namespace qv {
@@ -18,26 +17,21 @@ constexpr std::size_t kMaxTouched = 16384;
 
 } // namespace
 
-NameOrder::NameOrder(sqlite3* db)
+NameOrder::NameOrder(Connection& db)
     : _db(db)
 {
-    sqlite3_update_hook(
-        db,
-        [](void* self, int operation, const char* database, const char* table, sqlite3_int64 id) {
-            rowWritten(self, operation, database, table, id);
-        },
-        this);
+    _db.onRowWritten(&rowWritten, this);
 }
 
 NameOrder::~NameOrder()
 {
-    sqlite3_update_hook(_db, nullptr, nullptr);
+    _db.onRowWritten(nullptr, nullptr);
 }
 
-void NameOrder::rowWritten(void* self, int, const char* database, const char* table, std::int64_t id)
+void NameOrder::rowWritten(void* self, std::string_view table, std::int64_t id)
 {
     auto& order = *static_cast<NameOrder*>(self);
-    if (!order._current || std::strcmp(table, "samples") != 0 || std::strcmp(database, "main") != 0) return;
+    if (!order._current || table != "samples") return;
     if (!order._usable || order._touched.size() >= kMaxTouched) {
         order._current = false;
         order._touched.clear();
@@ -65,8 +59,8 @@ void NameOrder::read()
 
     std::vector<std::int64_t> ids;
     std::vector<std::uint8_t> words;
-    Statement st(_db, "SELECT id,filename FROM samples INDEXED BY idx_samples_visible_name WHERE "
-                      "substr(filename,1,2)<>'._' ORDER BY filename COLLATE NOCASE,id");
+    Statement st(_db, std::string("SELECT id,filename FROM samples INDEXED BY ") + schema::kVisibleNameIndex + " WHERE "
+                          + schema::kVisibleFile + " ORDER BY filename COLLATE NOCASE,id");
     std::int64_t highest = -1;
     bool negative = false;
     while (st.step()) {

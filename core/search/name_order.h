@@ -9,19 +9,20 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
-struct sqlite3;
-
 namespace qv {
+
+class Connection;
 
 class NameOrder {
 public:
     static constexpr std::uint32_t kAbsent = UINT32_MAX;
     static constexpr int kMaxWords = 255; // counts above it are kept as it
 
-    explicit NameOrder(sqlite3* db); // registers the connection's update hook
+    explicit NameOrder(Connection& db); // hooks the connection's row writes
     ~NameOrder();
     NameOrder(const NameOrder&) = delete;
     NameOrder& operator=(const NameOrder&) = delete;
@@ -41,10 +42,10 @@ public:
     int words(std::int64_t id) const { return _words[static_cast<std::size_t>(id)]; }
 
 private:
-    static void rowWritten(void* self, int operation, const char* database, const char* table, std::int64_t id);
+    static void rowWritten(void* self, std::string_view table, std::int64_t id);
     void read();
 
-    sqlite3* _db;
+    Connection& _db;
     std::vector<std::uint32_t> _place;
     std::vector<std::uint8_t> _words;
     std::unordered_set<std::int64_t> _touched;

@@ -1,10 +1,12 @@
 #include "search/search_query.h"
 
+#include "ascii.h"
+#include "db/schema.h"
 #include "inference/metadata_parser.h"
 #include "search/search_rank.h"
+#include "sql/sql_text.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace qv {
 
@@ -17,12 +19,29 @@ const char* direction(bool descending)
 
 } // namespace
 
+TempoWindow tempoWindow(std::int32_t target)
+{
+    return {std::max<std::int64_t>(target, 30) - 10, std::min<std::int64_t>(target, 290) + 10};
+}
+
+std::string tempoDistance(std::int32_t target)
+{
+    return "abs(s.bpm-" + sqlNumber(std::int64_t{target}) + ")";
+}
+
+std::optional<FilterColumn> filterColumn(const std::string& field)
+{
+    if (field == "instrument") return FilterColumn{"s.instrument", ""};
+    if (field == "genre") return FilterColumn{"sg.genre", "JOIN sample_genres sg ON sg.sample_id=s.id "};
+    if (field == "key") return FilterColumn{"s.musical_key", ""};
+    return std::nullopt;
+}
+
 std::pair<std::string, std::string> keyFilterSpellings(const std::string& key)
 {
     std::string compact;
     for (const char c : key) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (!std::isspace(byte)) compact.push_back(static_cast<char>(std::tolower(byte)));
+        if (!ascii::isSpace(c)) compact.push_back(ascii::lower(c));
     }
     if (const auto at = compact.find("major"); at != std::string::npos) compact.erase(at, 5);
     if (const auto at = compact.find("minor"); at != std::string::npos) compact.replace(at, 5, "m");
@@ -77,10 +96,8 @@ void appendColumnTests(const SearchQuery& query, std::string& sql, std::vector<s
         params.push_back(normalizedInstrument(query.instrument));
     }
     if (query.bpm) {
-        // A target far outside 20..300 gives an empty range on purpose.
-        const std::int64_t low = std::max<std::int64_t>(*query.bpm, 30) - 10;
-        const std::int64_t high = std::min<std::int64_t>(*query.bpm, 290) + 10;
-        sql += " AND s.bpm BETWEEN " + std::to_string(low) + " AND " + std::to_string(high);
+        const TempoWindow window = tempoWindow(*query.bpm);
+        sql += " AND s.bpm BETWEEN " + sqlNumber(window.low) + " AND " + sqlNumber(window.high);
     }
     if (!query.key.empty() && storedKeys) {
         // SQLite's lower() folds ASCII letters only, as this does.
@@ -88,10 +105,8 @@ void appendColumnTests(const SearchQuery& query, std::string& sql, std::vector<s
         sql += " AND s.musical_key IN (";
         bool any = false;
         for (const auto& stored : *storedKeys) {
-            std::string folded;
-            for (const char c : stored) {
-                if (c != ' ') folded.push_back(c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
-            }
+            std::string folded = ascii::lowered(stored);
+            std::erase(folded, ' ');
             if (folded != first && folded != second) continue;
             sql += any ? ",?" : "?";
             any = true;
@@ -131,7 +146,7 @@ bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::stri
         return false;
     }
     if (query.playlistId) {
-        sql = "SELECT pi.sample_id FROM playlist_items pi WHERE pi.playlist_id=" + std::to_string(*query.playlistId)
+        sql = "SELECT pi.sample_id FROM playlist_items pi WHERE pi.playlist_id=" + sqlNumber(*query.playlistId)
             + " AND pi.sample_id IS NOT NULL";
         return true;
     }
@@ -179,7 +194,7 @@ void appendIndexedPredicate(const SearchQuery& query, Membership membership, std
         params.push_back(query.folder);
     }
     if (query.playlistId) {
-        const std::string id = std::to_string(*query.playlistId);
+        const std::string id = sqlNumber(*query.playlistId);
         if (membership == Membership::PlaylistJoined) {
             sql += " AND pi.playlist_id=" + id;
         } else if (membership != Membership::Probe) {
@@ -200,8 +215,10 @@ void appendIndexedPredicate(const SearchQuery& query, Membership membership, std
 
 void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)
 {
-    sql += " AND substr(s.filename,1,2)<>'._' AND s.library_id NOT IN (SELECT l.id FROM libraries l JOIN "
-           "app_metadata m ON m.key='offline_library:'||l.path WHERE m.value='1')";
+    static const std::string visible = std::string(" AND ") + schema::kVisibleSample
+        + " AND s.library_id NOT IN (SELECT l.id FROM libraries l JOIN app_metadata m ON m.key='"
+        + schema::kOfflineLibraryKey + "'||l.path WHERE m.value='1')";
+    sql += visible;
     appendColumnTests(query, sql, params);
     std::vector<std::string> single;
     if (const auto& genres = effectiveGenres(query, single); !genres.empty()) {
@@ -216,7 +233,7 @@ void appendPredicate(const SearchQuery& query, std::string& sql, std::vector<std
     }
     if (query.playlistId) {
         sql += " AND EXISTS(SELECT 1 FROM playlist_items pi WHERE pi.sample_id=s.id AND pi.playlist_id="
-            + std::to_string(*query.playlistId) + ")";
+            + sqlNumber(*query.playlistId) + ")";
     }
     if (query.favoritesOnly) sql += " AND s.favorite=1";
 }
@@ -235,7 +252,7 @@ std::string searchOrder(const SearchQuery& query, std::vector<std::string>& para
         return std::string("CASE WHEN s.bpm IS NULL THEN 1 ELSE 0 END, s.bpm ") + direction(query.bpmDescending)
             + ", s.filename COLLATE NOCASE, s.id";
     }
-    if (query.bpm) return "abs(s.bpm-" + std::to_string(*query.bpm) + "), s.filename COLLATE NOCASE, s.id";
+    if (query.bpm) return tempoDistance(*query.bpm) + ", s.filename COLLATE NOCASE, s.id";
     if (!ftsQuery(query.text).empty()) {
         params.push_back(query.text);
         return "qv_filename_search_rank(s.filename, ?), s.filename COLLATE NOCASE, s.id";

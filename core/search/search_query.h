@@ -3,7 +3,8 @@
 // lists all share these, so they always agree on what matches and in which order.
 //
 // Every value that comes from the user is pushed to `params` and bound as text; only
-// numbers the program produced (tempo bounds, a playlist id) are written into the SQL.
+// numbers the program produced (tempo bounds, a playlist id) are written into the SQL,
+// each as one term whatever its sign (sqlNumber).
 #pragma once
 
 #include <cstdint>
@@ -35,6 +36,26 @@ struct SearchQuery {
     std::int32_t limit = 200;
     std::int32_t offset = 0;
 };
+
+// The tempos a tempo filter matches: within 10 of the target, the bounds kept within 20
+// and 300. A target below 10 or above 310 gives an empty window (low > high) on purpose.
+struct TempoWindow {
+    std::int64_t low;
+    std::int64_t high;
+};
+TempoWindow tempoWindow(std::int32_t target);
+
+// "abs(s.bpm-120)": the distance to the raw target (not the clamped one) that orders a
+// tempo filter's matches.
+std::string tempoDistance(std::int32_t target);
+
+// The column (and the join it needs) behind a filter value list: "instrument", "genre"
+// or "key"; none for any other field.
+struct FilterColumn {
+    const char* column;
+    const char* join; // "" or a JOIN ending in a space
+};
+std::optional<FilterColumn> filterColumn(const std::string& field);
 
 // Appends the WHERE clauses (each starting with " AND ") to SQL that ends in
 // "WHERE 1=1", over `samples` aliased as s, and pushes their parameters in order.

@@ -1,9 +1,10 @@
 #include "search/search_rank.h"
 
+#include "ascii.h"
+
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <cctype>
 
 namespace qv {
 
@@ -15,8 +16,8 @@ std::vector<std::string> searchTokens(std::string_view text)
         const auto byte = static_cast<unsigned char>(c);
         if (byte >= 0x80) {
             current.push_back(c);
-        } else if (std::isalnum(byte) || c == '#') {
-            current.push_back(static_cast<char>(std::tolower(byte)));
+        } else if (ascii::isAlnum(c) || c == '#') {
+            current.push_back(ascii::lower(c));
         } else if (!current.empty()) {
             tokens.push_back(std::move(current));
             current.clear();
@@ -47,7 +48,7 @@ using Tokens = std::vector<std::string_view>;
 
 bool isTokenByte(unsigned char byte)
 {
-    return byte >= 0x80 || std::isalnum(byte) || byte == '#';
+    return byte >= 0x80 || ascii::isAlnum(static_cast<char>(byte)) || byte == '#';
 }
 
 // The same tokens as searchTokens, as views into `lowered`.
@@ -60,7 +61,7 @@ void tokenize(std::string_view text, std::string& lowered, Tokens& tokens)
     for (std::size_t i = 0; i < lowered.size(); ++i) {
         const auto byte = static_cast<unsigned char>(lowered[i]);
         if (isTokenByte(byte)) {
-            if (byte < 0x80) lowered[i] = static_cast<char>(std::tolower(byte));
+            lowered[i] = ascii::lower(lowered[i]);
             if (!inToken) start = i;
             inToken = true;
         } else if (inToken) {

@@ -1,40 +1,62 @@
 #include "sql/statement.h"
 
+#include "sql/connection.h"
+#include "sql/statement_cache.h"
+
 #include <sqlite3.h>
 
-#include <stdexcept>
+#include <new>
+#include <utility>
 
 namespace qv {
 
-void throwSqliteError(sqlite3* db)
+SqlValue::SqlValue(sqlite3_value* source)
+    : _value(sqlite3_value_dup(source))
 {
-    const char* message = db ? sqlite3_errmsg(db) : nullptr;
-    throw std::runtime_error(message && *message ? message : "sqlite error");
+    if (!_value) throw std::bad_alloc();
 }
 
-void execute(sqlite3* db, const char* sql)
+SqlValue::~SqlValue()
 {
-    char* error = nullptr;
-    if (sqlite3_exec(db, sql, nullptr, nullptr, &error) == SQLITE_OK) {
-        sqlite3_free(error);
-        return;
-    }
-    std::string message = error && *error ? error : "sqlite error";
-    sqlite3_free(error);
-    throw std::runtime_error(message);
+    sqlite3_value_free(_value);
 }
 
-Statement::Statement(sqlite3* db, std::string_view sql)
+SqlValue::SqlValue(SqlValue&& other) noexcept
+    : _value(std::exchange(other._value, nullptr))
+{
+}
+
+bool SqlValue::isNull() const
+{
+    return sqlite3_value_type(_value) == SQLITE_NULL;
+}
+
+bool SqlValue::isInteger() const
+{
+    return sqlite3_value_type(_value) == SQLITE_INTEGER;
+}
+
+std::int64_t SqlValue::integer() const
+{
+    return sqlite3_value_int64(_value);
+}
+
+double SqlValue::real() const
+{
+    return sqlite3_value_double(_value);
+}
+
+Statement::Statement(Connection& db, std::string_view sql)
     : _db(db)
 {
-    if (sqlite3_prepare_v2(db, sql.data(), static_cast<int>(sql.size()), &_stmt, nullptr) != SQLITE_OK) {
+    if (sqlite3_prepare_v2(db._db, sql.data(), static_cast<int>(sql.size()), &_stmt, nullptr) != SQLITE_OK) {
         sqlite3_finalize(_stmt);
         _stmt = nullptr;
-        throwSqliteError(db);
+        db.throwError();
     }
 }
 
-Statement::Statement(sqlite3* db, StatementCache& cache, const char* sql)
+Statement::Statement(Connection& db, StatementCache& cache, const char* sql)
     : _db(db)
     , _stmt(cache.get(db, sql))
     , _borrowed(true)
@@ -56,24 +78,24 @@ StatementCache::~StatementCache()
     for (auto& [sql, stmt] : _entries) sqlite3_finalize(stmt);
 }
 
-sqlite3_stmt* StatementCache::get(sqlite3* db, const char* sql)
+sqlite3_stmt* StatementCache::get(Connection& db, const char* sql)
 {
     for (auto& [key, stmt] : _entries) {
         if (key == sql) return stmt;
     }
     sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) != SQLITE_OK) {
+    if (sqlite3_prepare_v3(db._db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) != SQLITE_OK) {
         sqlite3_finalize(stmt);
-        throwSqliteError(db);
+        db.throwError();
     }
     _entries.emplace_back(sql, stmt);
     return stmt;
 }
 
 namespace {
-void check(sqlite3* db, int rc)
+void check(const Connection& db, int rc)
 {
-    if (rc != SQLITE_OK) throwSqliteError(db);
+    if (rc != SQLITE_OK) db.throwError();
 }
 } // namespace
 
@@ -90,6 +112,11 @@ void Statement::bind(int index, double value)
 void Statement::bind(int index, std::string_view text)
 {
     check(_db, sqlite3_bind_text64(_stmt, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
+}
+
+void Statement::bind(int index, const SqlValue& value)
+{
+    check(_db, sqlite3_bind_value(_stmt, index, value._value));
 }
 
 void Statement::bindNull(int index)
@@ -117,17 +144,12 @@ bool Statement::step()
     const int rc = sqlite3_step(_stmt);
     if (rc == SQLITE_ROW) return true;
     if (rc == SQLITE_DONE) return false;
-    throwSqliteError(_db);
+    _db.throwError();
 }
 
 void Statement::stepDone()
 {
-    if (sqlite3_step(_stmt) != SQLITE_DONE) throwSqliteError(_db);
-}
-
-int Statement::stepRaw()
-{
-    return sqlite3_step(_stmt);
+    if (sqlite3_step(_stmt) != SQLITE_DONE) _db.throwError();
 }
 
 void Statement::reset()
@@ -167,26 +189,9 @@ std::string_view Statement::columnView(int column) const
     return {text, static_cast<std::size_t>(sqlite3_column_bytes(_stmt, column))};
 }
 
-Transaction::Transaction(sqlite3* db)
-    : _db(db)
+SqlValue Statement::columnValue(int column) const
 {
-    execute(db, "BEGIN IMMEDIATE");
-}
-
-Transaction::~Transaction()
-{
-    if (!_open) return;
-    try {
-        execute(_db, "ROLLBACK");
-    } catch (const std::exception&) {
-        // The error that brought us here is the one worth reporting.
-    }
-}
-
-void Transaction::commit()
-{
-    execute(_db, "COMMIT");
-    _open = false;
+    return SqlValue(sqlite3_column_value(_stmt, column));
 }
 
 } // namespace qv

@@ -1,4 +1,5 @@
 #include "db/database.h"
+#include "database_access.h"
 #include "db/migrations.h"
 #include "raw_db.h"
 #include "temp_dir.h"
@@ -217,9 +218,9 @@ TEST(DatabaseMigration, RankFunctionIsRegisteredAsDeterministic)
 {
     TempDir dir;
     qv::Database db(dir / "quorvalinder.db");
-    EXPECT_NO_THROW(db.exec("CREATE INDEX probe ON samples(qv_filename_search_rank(filename,'kick')); DROP INDEX probe;"));
+    EXPECT_NO_THROW(qv::DatabaseTestAccess::exec(db, "CREATE INDEX probe ON samples(qv_filename_search_rank(filename,'kick')); DROP INDEX probe;"));
     try {
-        db.exec("SELECT no_such_function()");
+        qv::DatabaseTestAccess::exec(db, "SELECT no_such_function()");
         FAIL();
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ(error.what(), "no such function: no_such_function");

@@ -1,5 +1,8 @@
 #include "search/full_text_match.h"
 #include "search/search_rank.h"
+#include "sql/connection.h"
+#include "sql/sqlite_error.h"
+#include "sql/statement.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -182,63 +185,46 @@ TEST(FilenameSearchRank, AlternatingQueriesEachGetTheirOwnTokens)
 // across columns, and NULL columns.
 TEST(FullTextMatch, AgreesWithTheFullTextTableOnEveryRowAndText)
 {
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+    qv::Connection db(":memory:");
     ASSERT_NE(qv::registerFullTextMatch(db), nullptr);
-    ASSERT_EQ(sqlite3_exec(db,
-                           "CREATE VIRTUAL TABLE t USING fts5(a,b,c);"
-                           "INSERT INTO t(rowid,a,b,c) VALUES"
-                           "(1,'Kick 808 Hard.wav','/Drums/Kicks','One Shot'),"
-                           "(2,'Kïck_Loop-C#.WAV','/Ünïcødé Pack','Loop'),"
-                           "(3,'snare.wav',NULL,'Kick'),"
-                           "(4,'a b','c',NULL),"
-                           "(5,'Loop 120bpm Am.aiff','/Packs/Trap Loops','Loop'),"
-                           "(6,'#.wav','kickloop','')",
-                           nullptr, nullptr, nullptr),
-              SQLITE_OK);
+    db.exec("CREATE VIRTUAL TABLE t USING fts5(a,b,c);"
+            "INSERT INTO t(rowid,a,b,c) VALUES"
+            "(1,'Kick 808 Hard.wav','/Drums/Kicks','One Shot'),"
+            "(2,'Kïck_Loop-C#.WAV','/Ünïcødé Pack','Loop'),"
+            "(3,'snare.wav',NULL,'Kick'),"
+            "(4,'a b','c',NULL),"
+            "(5,'Loop 120bpm Am.aiff','/Packs/Trap Loops','Loop'),"
+            "(6,'#.wav','kickloop','')");
     const std::vector<std::string> texts = {"kick", "KICK 808", "kick loop", "kïck", "kick-loop", "c#", "#",
                                             "ünï", "unicode", "a b", "b c", "loop am", "120", "1", "shot one",
                                             "drums kicks hard", "x", "loop trap 120bpm", "k", "\xc3"};
     for (const auto& text : texts) {
         SCOPED_TRACE(text);
-        sqlite3_stmt* st = nullptr;
-        ASSERT_EQ(sqlite3_prepare_v2(db,
-                                     "SELECT rowid, qv_full_text_match(?1,1,a,b,c), rowid IN (SELECT rowid FROM t "
-                                     "WHERE t MATCH ?2) FROM t ORDER BY rowid",
-                                     -1, &st, nullptr),
-                  SQLITE_OK);
-        const std::string match = qv::ftsQuery(text);
-        sqlite3_bind_text(st, 1, text.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(st, 2, match.c_str(), -1, SQLITE_TRANSIENT);
-        int rc = 0;
-        while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
-            EXPECT_EQ(sqlite3_column_int(st, 1), sqlite3_column_int(st, 2)) << "row " << sqlite3_column_int(st, 0);
-        }
-        EXPECT_EQ(rc, SQLITE_DONE) << sqlite3_errmsg(db);
-        sqlite3_finalize(st);
+        qv::Statement st(db, "SELECT rowid, qv_full_text_match(?1,1,a,b,c), rowid IN (SELECT rowid FROM t "
+                             "WHERE t MATCH ?2) FROM t ORDER BY rowid");
+        st.bind(1, text);
+        st.bind(2, qv::ftsQuery(text));
+        while (st.step()) EXPECT_EQ(st.columnInt64(1), st.columnInt64(2)) << "row " << st.columnInt64(0);
     }
-    sqlite3_close(db);
 }
 
 // Counted calls stop with an error once the budget is spent; uncounted ones never do.
 TEST(FullTextMatch, CountedCallsFailOnceTheBudgetIsSpent)
 {
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+    qv::Connection db(":memory:");
     qv::FullTextRowBudget* budget = qv::registerFullTextMatch(db);
     ASSERT_NE(budget, nullptr);
-    const auto run = [&](const char* sql) {
-        return sqlite3_exec(db, sql, nullptr, nullptr, nullptr);
+    const auto run = [&](const char* counted) {
+        db.exec(std::string("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<3) "
+                            "SELECT count(*) FROM n WHERE qv_full_text_match('x',")
+                + counted + ",i)");
     };
-    constexpr const char* three = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<3) "
-                                  "SELECT count(*) FROM n WHERE ";
     budget->limit(3);
-    EXPECT_EQ(run((std::string(three) + "qv_full_text_match('x',1,i)").c_str()), SQLITE_OK);
+    EXPECT_NO_THROW(run("1"));
     EXPECT_FALSE(budget->exhausted());
-    EXPECT_EQ(run((std::string(three) + "qv_full_text_match('x',0,i)").c_str()), SQLITE_OK);
-    EXPECT_NE(run((std::string(three) + "qv_full_text_match('x',1,i)").c_str()), SQLITE_OK);
+    EXPECT_NO_THROW(run("0"));
+    EXPECT_THROW(run("1"), qv::SqliteError);
     EXPECT_TRUE(budget->exhausted());
     budget->limit(-1);
-    EXPECT_EQ(run((std::string(three) + "qv_full_text_match('x',1,i)").c_str()), SQLITE_OK);
-    sqlite3_close(db);
+    EXPECT_NO_THROW(run("1"));
 }

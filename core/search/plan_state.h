@@ -1,8 +1,6 @@
-// Pieces the two search plans share, and the indexed plan's per-connection state.
+// What the indexed plan reads once per state of the file and keeps until anything
+// writes, by this connection (total changes) or another (data version).
 #pragma once
-
-#include "db/database.h"
-#include "sample.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -11,34 +9,25 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace qv {
 
-class Statement;
-
-// "s.id,s.path,s.filename,s.type,s.genre,s.instrument,s.bpm,s.musical_key,s.duration,
-// s.file_size,s.modified_at,s.favorite,l.path"
-Sample sampleFromSearchRow(const Statement& st);
-
-void bindTexts(Statement& st, const std::vector<std::string>& params, int first = 1);
-
 // Rows the count leaves out: id ranges holding no row it counts, and the other such ids.
-struct Database::ExcludedRows {
+struct ExcludedRows {
     std::vector<std::pair<std::int64_t, std::int64_t>> ranges; // inclusive, ascending, apart
     std::vector<std::int64_t> ids;                             // sorted, outside the ranges
+
+    bool inRanges(std::int64_t id) const
+    {
+        const auto after = std::upper_bound(ranges.begin(), ranges.end(), id,
+                                            [](std::int64_t value, const auto& range) { return value < range.first; });
+        return after != ranges.begin() && id <= std::prev(after)->second;
+    }
 };
 
-inline bool inRanges(const std::vector<std::pair<std::int64_t, std::int64_t>>& ranges, std::int64_t id)
-{
-    const auto after = std::upper_bound(ranges.begin(), ranges.end(), id,
-                                        [](std::int64_t value, const auto& range) { return value < range.first; });
-    return after != ranges.begin() && id <= std::prev(after)->second;
-}
-
-// What the indexed plan reads once per state of the file. Any write, by this connection
-// (total changes) or another (data version), starts a new one.
-struct Database::SearchState {
+struct PlanState {
     std::int64_t dataVersion = -1;
     std::int64_t changes = -1;
     std::string offline; // "(4,7)": offline library ids; empty when none
@@ -48,14 +37,24 @@ struct Database::SearchState {
     // to list, and a key filter then keeps its written form.
     std::optional<std::vector<std::string>> keys;
     bool keysRead = false;
-    std::optional<ExcludedRows> excluded; // see Database::excludedRows
-    std::optional<std::int64_t> excludedCount;
+    std::optional<ExcludedRows> excluded;
+    std::optional<std::int64_t> excludedEstimate;
     std::string fullTextKey; // the last full-text statement and its parameters
     std::vector<std::int64_t> fullTextIds;
     std::string exactKey; // the last exact-word full-text expression
     std::vector<std::int64_t> exactIds;
-    // Counts whose text the row test gave up on (see Database::testsTextByRow).
+    // Counts whose text the row test gave up on.
     std::unordered_set<std::string> rowTextRefused;
+
+    // A count kept until anything writes: looked up by `key`, else counted and kept.
+    template <class Count>
+    std::int64_t remembered(std::string key, Count count)
+    {
+        if (const auto it = counts.find(key); it != counts.end()) return it->second;
+        const std::int64_t value = count();
+        counts.emplace(std::move(key), value);
+        return value;
+    }
 };
 
 } // namespace qv

@@ -1,0 +1,61 @@
+// The search operations of the facade: the mutex, the choice of plan, and the error
+// rule of listings.
+#include "db/database.h"
+
+#include "search/indexed_plan.h"
+#include "search/reference_plan.h"
+#include "sql/sqlite_error.h"
+
+namespace qv {
+
+std::vector<Sample> Database::search(const SearchQuery& query) const
+{
+    const auto lock = settledLock();
+    try {
+        return _searchPlan == SearchPlan::Reference ? reference::page(*_connection, query) : _indexed->page(query);
+    } catch (const SqliteError&) {
+        return {}; // a page returns what it could read
+    }
+}
+
+std::int64_t Database::countMatchingLocked(const SearchQuery& query) const
+{
+    return _searchPlan == SearchPlan::Reference ? reference::count(*_connection, query) : _indexed->count(query);
+}
+
+std::int64_t Database::countMatching(const SearchQuery& query) const
+{
+    const auto lock = settledLock();
+    return countMatchingLocked(query);
+}
+
+std::optional<std::int64_t> Database::matchingIndex(const SearchQuery& query, std::int64_t sampleId) const
+{
+    const auto lock = settledLock();
+    return _searchPlan == SearchPlan::Reference ? reference::position(*_connection, query, sampleId)
+                                                : _indexed->position(query, sampleId);
+}
+
+std::vector<std::string> Database::distinctFilterValues(const std::string& field, const SearchQuery& query) const
+{
+    const auto lock = settledLock();
+    const auto column = filterColumn(field);
+    if (!column) throw std::runtime_error("Unsupported filter field");
+    return _searchPlan == SearchPlan::Reference ? reference::filterValues(*_connection, *column, query)
+                                                : _indexed->filterValues(*column, query);
+}
+
+SearchStrategy Database::searchStrategy(const SearchQuery& query) const
+{
+    const auto lock = settledLock();
+    return _indexed->strategy(query);
+}
+
+void Database::setSearchPlan(SearchPlan plan)
+{
+    const auto lock = settledLock();
+    _searchPlan = plan;
+    _indexed->forget(); // nothing remembered across a switch
+}
+
+} // namespace qv

@@ -1,0 +1,132 @@
+#include "db/schema.h"
+
+#include "sql/connection.h"
+#include "sql/statement.h"
+#include "sql/transaction.h"
+
+namespace qv::schema {
+
+namespace {
+
+std::string index(const char* name, const std::string& on)
+{
+    return "CREATE INDEX " + std::string(name) + " ON " + on;
+}
+
+std::string visible(const std::string& columns)
+{
+    return "samples(" + columns + ") WHERE " + kVisibleFile;
+}
+
+// Refuses a member row for a missing sample, as the foreign key would.
+std::string refusal(const char* name, const std::string& when)
+{
+    return "CREATE TRIGGER " + std::string(name) + " " + when
+        + " BEGIN SELECT RAISE(ABORT,'FOREIGN KEY constraint failed'); END";
+}
+
+// About a second of index building at this many samples.
+constexpr std::int64_t kReportedIndexBuild = 100000;
+
+} // namespace
+
+const std::vector<SupportObject>& supportIndexes()
+{
+    // All but the first serve the indexed search plan. The visible ones hold no "._"
+    // rows, order them the way a page is sorted and carry the library, so that counts
+    // and pages are answered from the index alone. Each costs the scanner a page write
+    // per file and group commit.
+    static const std::vector<SupportObject> indexes = {
+        // The scanner looks up move candidates by name, size and time for every new file.
+        {kRelinkIndex, index(kRelinkIndex, "samples(filename,file_size,modified_at)")},
+        {kVisibleNameIndex, index(kVisibleNameIndex, visible("filename COLLATE NOCASE,id,library_id"))},
+        {kVisibleDurationIndex,
+         index(kVisibleDurationIndex, visible("duration,filename COLLATE NOCASE,id,library_id"))},
+        {kVisibleIdIndex, index(kVisibleIdIndex, visible("id,filename,library_id"))},
+        // The type too, so that a tempo or key filter with a type, or with a word the type
+        // matches, is answered without reading the rows.
+        {kVisibleBpmIndex, index(kVisibleBpmIndex, visible("bpm,filename COLLATE NOCASE,id,library_id,type"))},
+        {kVisibleKeyIndex, index(kVisibleKeyIndex, visible("musical_key,type,filename,id,library_id"))},
+        {kVisibleFavoriteIndex,
+         index(kVisibleFavoriteIndex,
+               "samples(filename COLLATE NOCASE,id,library_id) WHERE favorite=1 AND " + std::string(kVisibleFile))},
+        // Hidden rows, so that the count of all visible samples is a subtraction.
+        {kHiddenIndex, index(kHiddenIndex, "samples(library_id,filename) WHERE " + std::string(kHiddenFile))},
+    };
+    return indexes;
+}
+
+const std::vector<SupportObject>& supportTriggers()
+{
+    // Genre and playlist rows point at existing samples even after a connection without
+    // foreign keys deleted one, as the schema's ON DELETE CASCADE intends, so that the
+    // search can count members without looking each up.
+    static const std::vector<SupportObject> triggers = {
+        {"samples_members_ad",
+         "CREATE TRIGGER samples_members_ad AFTER DELETE ON samples BEGIN DELETE FROM sample_genres WHERE "
+         "sample_id=old.id; DELETE FROM playlist_items WHERE sample_id=old.id; END"},
+        {"samples_members_bu",
+         refusal("samples_members_bu",
+                 "BEFORE UPDATE OF id ON samples WHEN new.id IS NOT old.id AND (EXISTS(SELECT 1 FROM sample_genres "
+                 "WHERE sample_id=old.id) OR EXISTS(SELECT 1 FROM playlist_items WHERE sample_id=old.id))")},
+        {"sample_genres_sample_bi",
+         refusal("sample_genres_sample_bi", "BEFORE INSERT ON sample_genres WHEN new.sample_id IS NOT NULL AND NOT "
+                                            "EXISTS(SELECT 1 FROM samples WHERE id=new.sample_id)")},
+        {"sample_genres_sample_bu",
+         refusal("sample_genres_sample_bu", "BEFORE UPDATE OF sample_id ON sample_genres WHEN new.sample_id IS NOT "
+                                            "NULL AND NOT EXISTS(SELECT 1 FROM samples WHERE id=new.sample_id)")},
+        {"playlist_items_sample_bi",
+         refusal("playlist_items_sample_bi", "BEFORE INSERT ON playlist_items WHEN new.sample_id IS NOT NULL AND NOT "
+                                             "EXISTS(SELECT 1 FROM samples WHERE id=new.sample_id)")},
+        {"playlist_items_sample_bu",
+         refusal("playlist_items_sample_bu", "BEFORE UPDATE OF sample_id ON playlist_items WHEN new.sample_id IS NOT "
+                                             "NULL AND NOT EXISTS(SELECT 1 FROM samples WHERE id=new.sample_id)")},
+    };
+    return triggers;
+}
+
+namespace {
+
+// Missing, or left by a release that defined it differently.
+bool current(Connection& db, const char* type, const SupportObject& object)
+{
+    Statement st(db, "SELECT sql FROM sqlite_schema WHERE type=? AND name=?");
+    st.bind(1, type);
+    st.bind(2, object.name);
+    return st.step() && st.columnView(0) == object.sql;
+}
+
+} // namespace
+
+void createSupportObjects(Connection& db, const std::function<void(int done, int total)>& progress)
+{
+    std::vector<const SupportObject*> missing;
+    for (const SupportObject& index : supportIndexes()) {
+        if (!current(db, "index", index)) missing.push_back(&index);
+    }
+    const int total = static_cast<int>(missing.size());
+    // A fresh or small index builds them in an instant; only a long wait is reported.
+    const bool report = progress && total > 0 && [&] {
+        Statement rows(db, "SELECT count(*) FROM samples");
+        return rows.step() && rows.columnInt64(0) >= kReportedIndexBuild;
+    }();
+    for (int done = 0; done < total; ++done) {
+        if (report) progress(done, total);
+        db.exec("DROP INDEX IF EXISTS " + std::string(missing[done]->name) + "; " + missing[done]->sql);
+    }
+    if (report) progress(total, total);
+
+    bool triggersCurrent = true;
+    for (const SupportObject& trigger : supportTriggers()) triggersCurrent = triggersCurrent && current(db, "trigger", trigger);
+    if (triggersCurrent) return;
+    Transaction transaction(db);
+    for (const SupportObject& trigger : supportTriggers()) {
+        db.exec("DROP TRIGGER IF EXISTS " + std::string(trigger.name) + "; " + trigger.sql);
+    }
+    // Rows already left behind are invisible to every query; they go once, here.
+    db.exec("DELETE FROM sample_genres WHERE sample_id NOT IN (SELECT id FROM samples);"
+            "DELETE FROM playlist_items WHERE sample_id NOT IN (SELECT id FROM samples);");
+    transaction.commit();
+}
+
+} // namespace qv::schema

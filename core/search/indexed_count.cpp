@@ -1,0 +1,155 @@
+// The indexed plan's counts, and the facts its strategy is chosen by.
+#include "search/indexed_plan.h"
+
+#include "db/schema.h"
+#include "search/full_text_match.h"
+#include "search/plan_sql.h"
+#include "sql/connection.h"
+#include "sql/sql_text.h"
+#include "sql/sqlite_error.h"
+
+#include <algorithm>
+
+namespace qv {
+
+namespace {
+
+// More full-row tests than this (about a random row read each) and the row test costs
+// more than asking the full-text table for its matches.
+constexpr std::int64_t kRowTests = 5000;
+
+// The hidden rows, from their own index.
+const std::string& hiddenRows()
+{
+    static const std::string rows = std::string(" FROM samples INDEXED BY ") + schema::kHiddenIndex + " WHERE "
+        + schema::kHiddenFile;
+    return rows;
+}
+
+} // namespace
+
+StrategyFacts IndexedPlan::countFacts(const SearchQuery& query)
+{
+    StrategyFacts facts;
+    facts.keysListed = storedKeys() != nullptr;
+    std::string sql;
+    std::vector<std::string> params;
+    if (narrowsResults(query) && fullTextIds(query, sql, params)) {
+        facts.fullTextMatches = fullTextMatches(query).size();
+        // Only many matches are weighed against the excluded rows.
+        if (*facts.fullTextMatches > 1000) facts.excludedRows = excludedEstimate();
+    }
+    return facts;
+}
+
+StrategyFacts IndexedPlan::facts(const SearchQuery& query)
+{
+    StrategyFacts facts = countFacts(query);
+    facts.rowText = testsTextByRow(query);
+    facts.matches = countLocked(query);
+    facts.highestId = scalar(_db, "SELECT max(id) FROM samples");
+    return facts;
+}
+
+std::int64_t IndexedPlan::countLocked(const SearchQuery& query)
+{
+    using Count = SearchStrategy::Count;
+    PlanState& current = state();
+    std::string listed;
+    std::vector<std::string> listParams;
+    if (narrowsResults(query) && fullTextIds(query, listed, listParams)) {
+        // Kept under the full-text statement, so that a kept count needs no list.
+        return current.remembered("listed " + cacheKey(listed, listParams), [&] {
+            const auto& ids = fullTextMatches(query);
+            if (chooseCount(query, countFacts(query)) == Count::Listed) {
+                return static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
+            }
+            return scalar(_db, std::string("SELECT count(*) FROM samples s INDEXED BY ") + schema::kVisibleIdIndex
+                              + " WHERE s.id IN " + sqlList(ids) + " AND " + schema::kVisibleSample
+                              + qv::countScope(current.offline));
+        });
+    }
+    switch (chooseCount(query, countFacts(query))) {
+    case Count::Visible:
+        // Every visible sample: the table's count less the hidden rows, which small
+        // indexes count, instead of a pass over the visible ones.
+        return current.remembered("visible samples", [&] {
+            std::int64_t count =
+                scalar(_db, "SELECT count(*) FROM samples") - scalar(_db, "SELECT count(*)" + hiddenRows());
+            if (!current.offline.empty()) {
+                // NOT IN gives NULL for a sample without a library, which hides it too.
+                const std::string outside = "(library_id IN " + current.offline + " OR library_id IS NULL)";
+                count -= scalar(_db, "SELECT count(*) FROM samples WHERE library_id IN " + current.offline)
+                    + scalar(_db, "SELECT count(*) FROM samples WHERE library_id IS NULL")
+                    - scalar(_db, "SELECT count(*)" + hiddenRows() + " AND " + outside);
+            }
+            return count;
+        });
+    case Count::Members: return membersCount(query);
+    default: break;
+    }
+    const Matches m = matchesOf(query, true, nullptr, testsTextByRow(query));
+    return cachedCount("SELECT count(*) FROM " + m.from + m.where, m.params);
+}
+
+// Tried on the count first, with a budget of full-row tests: the count is kept if the
+// test finishes, and the query's text is then tested row by row in every statement.
+// Whether it finishes is remembered for the state of the file.
+bool IndexedPlan::testsTextByRow(const SearchQuery& query)
+{
+    const std::vector<std::string>* keys = storedKeys();
+    if (!_fullTextBudget || !rowTextCandidate(query, keys != nullptr)) return false;
+    PlanState& current = state();
+    const Matches m = matchesOf(query, true, nullptr, true);
+    const std::string sql = "SELECT count(*) FROM " + m.from + m.where;
+    const std::string key = cacheKey(sql, m.params);
+    if (current.counts.contains(key)) return true;
+    if (current.rowTextRefused.contains(key)) return false;
+
+    struct Unlimited {
+        FullTextRowBudget* budget;
+        ~Unlimited() { budget->limit(-1); }
+    } unlimited{_fullTextBudget};
+    _fullTextBudget->limit(kRowTests);
+    try {
+        cachedCount(sql, m.params);
+        return true;
+    } catch (const SqliteError&) {
+        if (!_fullTextBudget->exhausted()) throw;
+    }
+    current.rowTextRefused.insert(key);
+    return false;
+}
+
+// The ids of the full-text matches of a query whose text alone narrows it, sorted; the
+// last text asked for is kept.
+const std::vector<std::int64_t>& IndexedPlan::fullTextMatches(const SearchQuery& query)
+{
+    std::string sql;
+    std::vector<std::string> params;
+    fullTextIds(query, sql, params);
+    PlanState& current = state();
+    std::string key = cacheKey(sql, params);
+    if (current.fullTextKey != key) {
+        current.fullTextIds = sortedIds(_db, sql, params);
+        current.fullTextKey = std::move(key);
+    }
+    return current.fullTextIds;
+}
+
+// The count of a query that narrows by membership alone: its distinct members less
+// those the count leaves out, without looking each member up.
+std::int64_t IndexedPlan::membersCount(const SearchQuery& query)
+{
+    std::string sql;
+    std::vector<std::string> params;
+    memberIds(query, sql, params);
+    return state().remembered("members " + cacheKey(sql, params), [&] {
+        std::vector<std::int64_t> ids = readIds(_db, sql, params);
+        std::sort(ids.begin(), ids.end());
+        ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+        return static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
+    });
+}
+
+} // namespace qv

@@ -1,0 +1,168 @@
+// A page ranked by text among many full-text matches, without ranking them all.
+#include "search/indexed_plan.h"
+
+#include "ascii.h"
+#include "db/schema.h"
+#include "search/name_order.h"
+#include "search/plan_sql.h"
+#include "search/search_rank.h"
+#include "sql/connection.h"
+#include "sql/sql_text.h"
+#include "sql/statement.h"
+
+#include <algorithm>
+#include <array>
+#include <queue>
+
+namespace qv {
+
+// The rows whose name holds every query token as a word, among others: the full-text
+// words of a name include each of its ASCII letter-and-digit tokens. Null when a token
+// has other bytes, which the full-text table may split or fold differently.
+const std::vector<std::int64_t>* IndexedPlan::exactNameMatches(const std::vector<std::string>& tokens)
+{
+    std::string expression;
+    for (const auto& token : tokens) {
+        const bool plain = std::all_of(token.begin(), token.end(), [](char c) { return ascii::isAlnum(c); });
+        if (!plain) return nullptr;
+        if (!expression.empty()) expression += " AND ";
+        expression += "filename : \"" + token + "\"";
+    }
+    PlanState& current = state();
+    if (current.exactKey != expression) {
+        current.exactIds =
+            sortedIds(_db, "SELECT rowid FROM sample_search WHERE sample_search MATCH ?", {expression});
+        current.exactKey = std::move(expression);
+    }
+    return &current.exactIds;
+}
+
+namespace {
+
+// The least rank a name can have for a query of `q` tokens, from its stem's token count
+// and whether it holds every query token as a word; groups of matches are read in this
+// order. A key per bound: [0, 256) exact words, [256, 512) prefixes only, 512 no match.
+constexpr int kRankGroups = 513;
+
+int rankGroup(int words, int q, bool exact)
+{
+    if (words < q) return kRankGroups - 1; // too few tokens to hold the query's
+    return (exact ? 0 : 256) + words - q;
+}
+
+int leastRank(int group)
+{
+    if (group == 0) return 0;
+    if (group < 256) return 100000 + group;
+    if (group < 512) return 400000 + group - 256;
+    return kNoMatchRank;
+}
+
+} // namespace
+
+// A page ranked by text among many full-text matches, without ranking them all. The
+// matches are grouped by the least rank they could have; groups are read best first,
+// each in name order, until every row the page needs is known to be read: rows ranked
+// below the next group's least rank, or enough rows of the group's own least rank,
+// which come before the group's unread rows by name. SQLite then orders the rows read.
+// Nothing when the name order cannot serve.
+std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const SearchQuery& query,
+                                                                    const std::vector<std::int64_t>& matches)
+{
+    const PlanState& current = state();
+    const std::vector<std::string> tokens = searchTokens(query.text);
+    const int q = static_cast<int>(tokens.size());
+    const Window window = windowOf(query);
+    if (window.limit < 0 || q >= NameOrder::kMaxWords || !_nameOrder->refresh(current.dataVersion)) {
+        return std::nullopt;
+    }
+    const NameOrder& order = *_nameOrder;
+    const std::int64_t need = window.offset + window.limit;
+    const std::vector<std::int64_t>* exact = exactNameMatches(tokens);
+
+    // Matches by group; rows written since the order was read are ranked up front.
+    std::vector<std::int64_t> touched;
+    std::vector<int> groupOf(matches.size(), -1);
+    std::array<std::size_t, kRankGroups + 1> starts{};
+    auto exactAt = exact ? exact->begin() : std::vector<std::int64_t>::const_iterator();
+    for (std::size_t i = 0; i < matches.size(); ++i) {
+        const std::int64_t id = matches[i];
+        if (order.touched(id)) {
+            touched.push_back(id);
+        } else if (order.place(id) != NameOrder::kAbsent) {
+            bool isExact = true;
+            if (exact) {
+                exactAt = std::lower_bound(exactAt, exact->end(), id);
+                isExact = exactAt != exact->end() && *exactAt == id;
+            }
+            groupOf[i] = rankGroup(order.words(id), q, isExact);
+            ++starts[static_cast<std::size_t>(groupOf[i]) + 1];
+        }
+    }
+    for (std::size_t g = 1; g < starts.size(); ++g) starts[g] += starts[g - 1];
+    std::vector<std::int64_t> grouped(starts.back());
+    {
+        auto next = starts;
+        for (std::size_t i = 0; i < matches.size(); ++i) {
+            if (groupOf[i] >= 0) grouped[next[static_cast<std::size_t>(groupOf[i])]++] = matches[i];
+        }
+    }
+
+    struct Ranked {
+        std::int64_t id;
+        int rank;
+    };
+    std::vector<Ranked> known;
+    std::priority_queue<int, std::vector<int>, std::greater<>> unsettled; // ranks not yet below a bound
+    std::int64_t below = 0;
+    using Ids = std::vector<std::int64_t>;
+    const auto rankRows = [&](Ids::const_iterator first, Ids::const_iterator last) {
+        if (first == last) return;
+        Statement st(_db, std::string("SELECT s.id,s.filename FROM samples s INDEXED BY ") + schema::kVisibleIdIndex
+                             + " WHERE s.id IN " + sqlList({first, last}) + " AND " + schema::kVisibleSample
+                             + onlineScope(current.online));
+        while (st.step()) {
+            known.push_back({st.columnInt64(0), filenameSearchRank(st.columnView(1), query.text)});
+            unsettled.push(known.back().rank);
+        }
+    };
+    const auto page = [&](int bound) {
+        std::vector<std::int64_t> ids;
+        for (const Ranked& row : known) {
+            if (row.rank <= bound) ids.push_back(row.id);
+        }
+        return pageAmong(query, ids);
+    };
+
+    rankRows(touched.begin(), touched.end());
+    for (int group = 0; group < kRankGroups; ++group) {
+        const auto first = grouped.begin() + static_cast<std::ptrdiff_t>(starts[static_cast<std::size_t>(group)]);
+        const auto last = grouped.begin() + static_cast<std::ptrdiff_t>(starts[static_cast<std::size_t>(group) + 1]);
+        if (first == last) continue;
+        const int least = leastRank(group);
+        while (!unsettled.empty() && unsettled.top() < least) {
+            unsettled.pop();
+            ++below;
+        }
+        if (below >= need) return page(least - 1);
+
+        std::sort(first, last, [&](std::int64_t a, std::int64_t b) { return order.place(a) < order.place(b); });
+        const std::int64_t wanted = need - below;
+        std::int64_t found = 0;
+        std::ptrdiff_t chunk = 64;
+        for (auto from = first; from != last; chunk = std::min<std::ptrdiff_t>(chunk * 2, 4096)) {
+            const auto to = last - from > chunk ? from + chunk : last;
+            const std::size_t read = known.size();
+            rankRows(from, to);
+            for (std::size_t i = read; i < known.size(); ++i) found += known[i].rank == least;
+            if (found >= wanted) return page(least);
+            // Few matches rank well (a word most names have only in their folder): one
+            // statement ranking them all costs less than reading them group by group.
+            if (known.size() * 4 > matches.size()) return std::nullopt;
+            from = to;
+        }
+    }
+    return page(kNoMatchRank);
+}
+
+} // namespace qv

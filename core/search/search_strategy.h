@@ -1,0 +1,83 @@
+// How the indexed plan answers a query: which way it counts the matches and which way
+// it finds a page of them. A pure choice over the query and a few facts the plan reads
+// first, kept apart so that tests and the benchmark can print and check it; only speed
+// depends on it, never the answer.
+#pragma once
+
+#include "search/search_query.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace qv {
+
+// What the plan knows about the file and the query before it chooses.
+struct StrategyFacts {
+    bool keysListed = false;    // every stored key spelling is known, so a key filter uses the key index
+    bool rowText = false;       // the count's row-by-row text test finished within its budget
+    std::int64_t matches = 0;   // the query's count
+    std::int64_t highestId = 0; // bounds the number of visible rows, closely enough
+    std::optional<std::size_t> fullTextMatches; // when the text alone narrows: the full-text table's matches
+    std::int64_t excludedRows = 0; // rows a count leaves out (hidden, offline), as their id ranges bound them
+};
+
+struct SearchStrategy {
+    enum class Count {
+        Visible,   // every visible sample: the table's count less the hidden and offline rows
+        LookedUp,  // the full-text matches, each looked up by id
+        Listed,    // the full-text matches less the excluded ids, without reading a row
+        Members,   // a genre's or playlist's distinct members less the excluded ids
+        Statement, // one count statement
+    };
+    enum class Page {
+        Empty,        // a limit of 0
+        Segmented,    // duration or tempo sort: samples with the value in order, then those without
+        TempoGroups,  // closest tempo first, read group by group of equal distance
+        AmongMatches, // the query's order among the listed full-text matches
+        RankedGroups, // ranked by text, reading the matches that can rank best first
+        Statement,    // one statement, walking or driven from an index
+    };
+
+    Count count = Count::Statement;
+    Page page = Page::Statement;
+    bool rowText = false; // the text is tested on each candidate row, not listed
+    // The ordered index a page walks, testing each row; null: driven from `driveIndex`
+    // (or SQLite's choice when that is null too) and sorted.
+    const char* walkIndex = nullptr;
+    const char* driveIndex = nullptr;
+};
+
+SearchStrategy chooseStrategy(const SearchQuery& query, const StrategyFacts& facts);
+
+// The count's part alone, which the count itself follows: it needs neither the count
+// nor the highest id.
+SearchStrategy::Count chooseCount(const SearchQuery& query, const StrategyFacts& facts);
+
+// One line, e.g. "count listed; page ranked groups".
+std::string describe(const SearchStrategy& strategy);
+
+// The pieces of the choice the plan's statements need on their own.
+
+// Ordered by text rank: search text and no explicit sort or tempo filter.
+bool rankedByText(const SearchQuery& query);
+
+// Duration and tempo sorts: the samples with a value in its direction, then those
+// without, each by name.
+struct SegmentedOrder {
+    const char* column;
+    const char* index; // walked for the samples with a value; those without by name
+    bool descending;
+};
+std::optional<SegmentedOrder> segmentedOrder(const SearchQuery& query);
+
+// The index to drive a query from when its matches are too rare to walk an ordered
+// index for; null for SQLite's own choice.
+const char* drivingIndex(const SearchQuery& query, bool keysListed, bool rowText);
+
+// Whether the query's text could be tested row by row: it has a filter narrow enough to
+// drive from, whose index holds the name.
+bool rowTextCandidate(const SearchQuery& query, bool keysListed);
+
+} // namespace qv

@@ -1,0 +1,128 @@
+#include "db/database.h"
+#include "db/schema.h"
+#include "search/search_query.h"
+#include "search/search_strategy.h"
+#include "support/index_test.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using qv::SearchQuery;
+using qv::SearchStrategy;
+using qv::StrategyFacts;
+
+// Only speed depends on the strategy, so a wrong choice shows as a slow page, never as a
+// failing test elsewhere: its thresholds are pinned here.
+TEST(SearchStrategy, ChoosesByTheQueryAndWhatThePlanKnows)
+{
+    const auto text = [](std::string t) {
+        SearchQuery q;
+        q.text = std::move(t);
+        q.limit = 50;
+        return q;
+    };
+    SearchQuery byName;
+    byName.type = "Loop";
+    byName.limit = 50;
+    SearchQuery deep = byName;
+    deep.offset = 400000;
+    SearchQuery tempo;
+    tempo.bpm = 120;
+    tempo.limit = 50;
+    SearchQuery duration = byName;
+    duration.sortByDuration = true;
+    SearchQuery favorites = text("kick");
+    favorites.favoritesOnly = true;
+    SearchQuery key;
+    key.key = "A minor";
+    key.limit = 50;
+    SearchQuery none = byName;
+    none.limit = 0;
+
+    const StrategyFacts dense{.keysListed = true, .matches = 300000, .highestId = 1000000};
+    const StrategyFacts rare{.keysListed = true, .matches = 900, .highestId = 1000000};
+    const StrategyFacts manyWords{.matches = 73000, .highestId = 1000000, .fullTextMatches = 73000};
+    const StrategyFacts fewWords{.matches = 800, .highestId = 1000000, .fullTextMatches = 800};
+    const StrategyFacts mostlyOffline{.matches = 5000, .highestId = 1000000, .fullTextMatches = 5000,
+                                      .excludedRows = 600000};
+    const StrategyFacts unlisted{.matches = 300000, .highestId = 1000000};
+    const StrategyFacts rowText{.keysListed = true, .rowText = true, .matches = 200, .highestId = 1000000};
+
+    const struct {
+        SearchQuery query;
+        StrategyFacts facts;
+        const char* expected;
+    } cases[] = {
+        {SearchQuery{}, dense, "count visible; page statement, walks idx_samples_visible_name"},
+        {byName, dense, "count statement; page statement, walks idx_samples_visible_name"},
+        {byName, rare, "count statement; page statement"},
+        {deep, dense, "count statement; page statement"},
+        {text("kick"), manyWords, "count listed; page ranked groups, from idx_samples_visible_id"},
+        {text("kick"), fewWords, "count looked up; page among matches, from idx_samples_visible_id"},
+        {text("kick"), mostlyOffline, "count looked up; page among matches, from idx_samples_visible_id"},
+        {tempo, dense, "count statement; page tempo groups, walks idx_samples_visible_bpm"},
+        {tempo, rare, "count statement; page statement, from idx_samples_visible_bpm"},
+        {duration, dense, "count statement; page segmented, walks idx_samples_visible_duration"},
+        {duration, rare, "count statement; page segmented"},
+        {favorites, rowText, "count statement; page statement, text row by row, from idx_samples_visible_favorite"},
+        {key, rare, "count statement; page statement, from idx_samples_visible_key"},
+        {key, unlisted, "count statement; page statement, walks idx_samples_visible_name"},
+        {none, dense, "count statement; page empty"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(qv::describe(qv::chooseStrategy(c.query, c.facts)), c.expected) << c.expected;
+    }
+}
+
+class TempoTarget : public qv::test::IndexTest {};
+
+// A negative target once wrote "abs(s.bpm--5)", whose "--" commented out the rest of the
+// statement: the position threw and pages came out empty in both plans.
+TEST_F(TempoTarget, AnyNumberIsReadAsANumberByBothPlans)
+{
+    const std::int64_t lib = _db.addLibrary("/lib");
+    for (const int bpm : {25, 20}) {
+        qv::Sample s;
+        s.path = "/lib/loop " + std::to_string(bpm) + ".wav";
+        s.filename = "loop " + std::to_string(bpm) + ".wav";
+        s.bpm = bpm;
+        _db.upsert(s, lib);
+    }
+    const std::int64_t twenty = _db.findByPath("/lib/loop 20.wav")->id;
+    const struct {
+        int target;
+        std::int64_t matches;
+        std::optional<std::int64_t> position; // of the 20 BPM loop
+    } cases[] = {{-5, 0, {}}, {-1, 0, {}}, {-2147483647 - 1, 0, {}}, {10, 1, 0}, {15, 2, 0}, {34, 1, {}}};
+    for (const auto plan : {qv::SearchPlan::Indexed, qv::SearchPlan::Reference}) {
+        _db.setSearchPlan(plan);
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.target);
+            SearchQuery q;
+            q.bpm = c.target;
+            EXPECT_EQ(_db.countMatching(q), c.matches);
+            EXPECT_EQ(static_cast<std::int64_t>(_db.search(q).size()), c.matches);
+            EXPECT_EQ(_db.matchingIndex(q, twenty), c.position);
+        }
+    }
+    std::vector<std::string> params;
+    SearchQuery q;
+    q.bpm = 120;
+    EXPECT_EQ(qv::searchOrder(q, params), "abs(s.bpm-120), s.filename COLLATE NOCASE, s.id");
+    q.bpm = -5;
+    EXPECT_EQ(qv::searchOrder(q, params), "abs(s.bpm-(-5)), s.filename COLLATE NOCASE, s.id");
+}
+
+// Statements name their indexes from one header; an index that is not there would make
+// every statement naming it fail, which a page reports as empty.
+TEST_F(TempoTarget, EveryIndexTheSearchNamesExistsAfterOpening)
+{
+    std::vector<std::string> names = {qv::schema::kBpmIndex};
+    for (const auto& index : qv::schema::supportIndexes()) names.emplace_back(index.name);
+    for (const auto& name : names) {
+        EXPECT_EQ(_raw.integer("SELECT count(*) FROM sqlite_schema WHERE type='index' AND name=?", {name}), 1) << name;
+    }
+}
+
+} // namespace
