@@ -249,8 +249,8 @@ int main(int argc, char** argv)
         }
         std::printf("\nms for count + first page of 50 (+ matchingIndex when sorted); reference = SQL as written, "
                     "indexed cold = nothing cached, warm = count cached\n\n");
-        std::printf("%-24s %8s | %9s %9s | %8s %8s | %7s | %8s\n", "query", "matches", "ref p50", "ref p95",
-                    "idx p50", "idx p95", "ratio", "warm p95");
+        std::printf("%-24s %8s | %9s %9s | %8s %8s | %7s | %8s | %s\n", "query", "matches", "ref p50", "ref p95",
+                    "idx p50", "idx p95", "ratio", "warm p95", "strategy");
         for (const Case& c : cases(db, raw)) {
             if (c.name.find(options.only) == std::string::npos) continue;
             const bool sorted = hasSort(c.query);
@@ -275,9 +275,10 @@ int main(int argc, char** argv)
             }
             const Stats cold = measure(options.reps, run, [&] { db.setSearchPlan(qv::SearchPlan::Indexed); });
             const Stats warm = measure(options.reps, run);
-            std::printf("%-24s %8lld | %9.1f %9.1f | %8.1f %8.1f | %6.0fx | %8.1f\n", c.name.c_str(),
+            std::printf("%-24s %8lld | %9.1f %9.1f | %8.1f %8.1f | %6.0fx | %8.1f | %s\n", c.name.c_str(),
                         static_cast<long long>(matches), reference.p50, reference.p95, cold.p50, cold.p95,
-                        reference.p95 / std::max(cold.p95, 0.01), warm.p95);
+                        reference.p95 / std::max(cold.p95, 0.01), warm.p95,
+                        qv::describe(db.searchStrategy(c.query)).c_str());
             std::fflush(stdout);
         }
 

@@ -165,13 +165,14 @@ nlohmann::ordered_json toJson(const ScanStats& stats)
     return j;
 }
 
-nlohmann::ordered_json toJson(const Library& library)
+nlohmann::ordered_json toJson(const Library& library, bool available)
 {
     nlohmann::ordered_json j;
     j["id"] = library.id;
     putText(j, "path", library.path);
     j["sampleCount"] = library.sampleCount;
     putText(j, "displayLabel", library.displayLabel);
+    j["available"] = available;
     return j;
 }
 

@@ -31,6 +31,7 @@ void putPairs(nlohmann::ordered_json& object, const std::string& key,
 
 nlohmann::ordered_json toJson(const Sample& sample);
 nlohmann::ordered_json toJson(const ScanStats& stats);
-nlohmann::ordered_json toJson(const Library& library);
+// `available`: false while the library's folder is offline (its samples hidden).
+nlohmann::ordered_json toJson(const Library& library, bool available);
 
 } // namespace qv::cli

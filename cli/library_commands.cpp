@@ -28,7 +28,9 @@ void printLibraries(CliContext& context)
     const auto libraries = context.database().libraries();
     if (context.json) {
         auto list = nlohmann::ordered_json::array();
-        for (const auto& library : libraries) list.push_back(toJson(library));
+        for (const auto& library : libraries) {
+            list.push_back(toJson(library, context.database().isLibraryAvailable(library.path)));
+        }
         context.printJson(list);
         return;
     }
@@ -36,10 +38,11 @@ void printLibraries(CliContext& context)
         context.out << "No libraries yet. Add one with: quorvalinder-cli scan DIR\n";
         return;
     }
-    context.out << std::setw(5) << "ID" << "  " << std::setw(9) << "SAMPLES" << "  PATH\n";
+    context.out << std::setw(5) << "ID" << "  " << std::setw(9) << "SAMPLES" << "  STATE    PATH\n";
     for (const auto& library : libraries) {
+        const bool available = context.database().isLibraryAvailable(library.path);
         context.out << std::setw(5) << library.id << "  " << std::setw(9) << library.sampleCount << "  "
-                    << library.path;
+                    << (available ? "online " : "offline") << "  " << library.path;
         if (!library.displayLabel.empty()) context.out << "  (" << library.displayLabel << ")";
         context.out << '\n';
     }
@@ -75,7 +78,7 @@ void addLibraryCommands(CLI::App& app, CliContext& context)
         db.setLibraryDisplayLabel(label->id, trimmed(label->text));
         auto library = findLibrary(db, label->id);
         if (context.json) {
-            context.printJson(toJson(library));
+            context.printJson(toJson(library, db.isLibraryAvailable(library.path)));
         } else {
             context.out << "Library " << library.id << " is labelled \"" << library.displayLabel << "\"\n";
         }
@@ -88,10 +91,11 @@ void addLibraryCommands(CLI::App& app, CliContext& context)
     removeCommand->callback([&context, removeId] {
         Database& db = context.database();
         const auto library = findLibrary(db, *removeId);
+        const bool available = db.isLibraryAvailable(library.path);
         db.removeLibrary(library.id);
         if (context.json) {
             nlohmann::ordered_json document;
-            document["removed"] = toJson(library);
+            document["removed"] = toJson(library, available);
             context.printJson(document);
         } else {
             context.out << "Removed " << library.path << " (" << library.sampleCount

@@ -95,6 +95,8 @@ public:
     // Libraries and sample records.
     std::int64_t addLibrary(const std::filesystem::path& path);
     void setLibraryAvailable(const std::filesystem::path& path, bool available);
+    // False once a scan found the library's folder missing, until a scan finds it again.
+    bool isLibraryAvailable(const std::filesystem::path& path) const;
     std::optional<Sample> findByPath(const std::filesystem::path& path) const;
     std::optional<std::filesystem::path> relinkMovedSample(std::int64_t libraryId,
                                                            const std::filesystem::path& newPath,

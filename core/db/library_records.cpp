@@ -52,6 +52,18 @@ void Database::setLibraryAvailable(const std::filesystem::path& path, bool avail
     st.stepDone();
 }
 
+bool Database::isLibraryAvailable(const std::filesystem::path& path) const
+{
+    const auto lock = settledLock();
+    try {
+        Statement st(*_connection, "SELECT 1 FROM app_metadata WHERE key=? AND value='1'");
+        st.bind(1, offlineKey(path));
+        return !st.step();
+    } catch (const SqliteError&) {
+        return true; // a lookup failure hides nothing
+    }
+}
+
 std::optional<Sample> Database::findByPath(const std::filesystem::path& path) const
 {
     std::lock_guard lock(_mutex);
