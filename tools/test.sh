@@ -1,34 +1,41 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs the whole test suite: every test in the
-# normal build, then the core tests again under AddressSanitizer and UBSan, the threaded
-# tests under ThreadSanitizer, then a short run of each fuzz target.
+# normal build, the core tests again under AddressSanitizer and UBSan, the threaded tests
+# under ThreadSanitizer, then a short run of each fuzz target. This is what CI runs.
+#   tools/test.sh            everything
+#   tools/test.sh --quick    the normal build and its tests only, for day-to-day work
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 start=$SECONDS
+quick=0
+[[ "${1:-}" == "--quick" ]] && quick=1
 
 bash tools/setup.sh
 
 echo "== build (RelWithDebInfo)"
 bash tools/build.sh build
-echo "== build (address + undefined sanitizers)"
-bash tools/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON -DQV_BUILD_BENCH=OFF
 
-export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
-export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+if ((!quick)); then
+  echo "== build (address + undefined sanitizers)"
+  bash tools/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON -DQV_BUILD_BENCH=OFF
 
-echo "== core tests under sanitizers"
-ctest --test-dir build-asan -L core --output-on-failure --parallel "$(nproc)"
+  export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
+  export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
-echo "== threads under ThreadSanitizer (one test executable only)"
-if [[ ! -f build-tsan/build.ninja ]]; then
-  cmake -S . -B build-tsan -G Ninja -DQV_SANITIZE_THREAD=ON -DQV_BUILD_BENCH=OFF
+  echo "== core tests under sanitizers"
+  ctest --test-dir build-asan -L core --output-on-failure --parallel "$(nproc)"
+
+  echo "== threads under ThreadSanitizer (one test executable only)"
+  if [[ ! -f build-tsan/build.ninja ]]; then
+    cmake -S . -B build-tsan -G Ninja -DQV_SANITIZE_THREAD=ON -DQV_BUILD_BENCH=OFF
+  fi
+  cmake --build build-tsan --parallel "$(nproc)" --target qvconcurrency_tests
+  TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/qvconcurrency_tests
+
+  echo "== fuzz targets, a few seconds each"
+  bash tools/fuzz.sh 10
 fi
-cmake --build build-tsan --parallel "$(nproc)" --target qvconcurrency_tests
-TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/qvconcurrency_tests
-
-echo "== fuzz targets, a few seconds each"
-bash tools/fuzz.sh 10
 
 echo "== all tests ($((SECONDS - start)) s so far)"
 # Last, so that CTest's summary closes the output.
