@@ -36,8 +36,7 @@ StrategyFacts IndexedPlan::countFacts(const SearchQuery& query)
     std::vector<std::string> params;
     if (narrowsResults(query) && fullTextIds(query, sql, params)) {
         facts.fullTextMatches = fullTextMatches(query).size();
-        // Only many matches are weighed against the excluded rows.
-        if (*facts.fullTextMatches > 1000) facts.excludedRows = excludedEstimate();
+        if (*facts.fullTextMatches > kAlwaysLookedUp) facts.excludedRows = excludedEstimate();
     }
     return facts;
 }

@@ -7,9 +7,6 @@ namespace qv {
 
 namespace {
 
-// Fewer matches than this cost less to look up than counting what they leave out.
-constexpr std::size_t kAlwaysLookedUp = 1000;
-
 // Whether full-text matches are few enough to look up by id, rather than counting them
 // by subtracting the excluded ids (a lookup costs several times a step through a list)
 // and ranking them after reading the full-text table again.

@@ -13,6 +13,10 @@
 
 namespace qv {
 
+// Full-text matches up to this many are always looked up by id; only more are weighed
+// against the rows a count leaves out (StrategyFacts::excludedRows).
+inline constexpr std::size_t kAlwaysLookedUp = 1000;
+
 // What the plan knows about the file and the query before it chooses.
 struct StrategyFacts {
     bool keysListed = false;    // every stored key spelling is known, so a key filter uses the key index
@@ -20,7 +24,9 @@ struct StrategyFacts {
     std::int64_t matches = 0;   // the query's count
     std::int64_t highestId = 0; // bounds the number of visible rows, closely enough
     std::optional<std::size_t> fullTextMatches; // when the text alone narrows: the full-text table's matches
-    std::int64_t excludedRows = 0; // rows a count leaves out (hidden, offline), as their id ranges bound them
+    // Rows a count leaves out (hidden, offline), as their id ranges bound them; read only
+    // when there are more than kAlwaysLookedUp full-text matches.
+    std::int64_t excludedRows = 0;
 };
 
 struct SearchStrategy {
