@@ -14,7 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 using qv::test::CliRun;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 
 // Library/Trap/Drums: Kick 01..07.wav, Snare 01.wav; Library/House/Loops: a chord loop;
 // Library/MIDI: one .mid file. Ten samples in all.
@@ -28,13 +28,13 @@ protected:
     {
         const fs::path root = _dir / "Library";
         for (int i = 1; i <= 7; ++i) {
-            qv::test::writeWave(root / ("Trap/Drums/Kick 0" + std::to_string(i) + ".wav"),
-                                qv::test::hitSignal(0.2, 44100, {0.0}));
+            qv::testkit::writeWave(root / ("Trap/Drums/Kick 0" + std::to_string(i) + ".wav"),
+                                qv::testkit::hitSignal(0.2, 44100, {0.0}));
         }
-        qv::test::writeWave(root / "Trap/Drums/Snare 01.wav", qv::test::hitSignal(0.2, 44100, {0.0}));
-        qv::test::writeWave(root / "House/Loops/Chord Loop 124bpm Am.wav",
-                            qv::test::hitSignal(2.0, 44100, {0.0, 0.5, 1.0, 1.5}));
-        qv::test::writeFile(root / "MIDI/Melody 140bpm Cm.mid", "MThd");
+        qv::testkit::writeWave(root / "Trap/Drums/Snare 01.wav", qv::testkit::hitSignal(0.2, 44100, {0.0}));
+        qv::testkit::writeWave(root / "House/Loops/Chord Loop 124bpm Am.wav",
+                            qv::testkit::hitSignal(2.0, 44100, {0.0, 0.5, 1.0, 1.5}));
+        qv::testkit::writeFile(root / "MIDI/Melody 140bpm Cm.mid", "MThd");
         _root = fs::canonical(root); // the index stores canonical paths
         ASSERT_EQ(cliJson({"scan", _root.string()})["total"]["added"], 10);
     }

@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 using qv::test::CliRun;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 
 class CliTest : public ::testing::Test {
 protected:
@@ -34,11 +34,11 @@ protected:
 
 TEST_F(CliTest, ScanListLabelAndRemoveAGeneratedLibrary)
 {
-    const auto manifest = qv::bench::LibraryGenerator({.seed = 3, .files = 120}).generate(_root);
+    const auto manifest = qv::testkit::LibraryGenerator({.seed = 3, .files = 120}).generate(_root);
 
     const json first = cliJson({"scan", _root.string()});
     EXPECT_EQ(first["total"]["added"], manifest.indexable());
-    EXPECT_EQ(first["total"]["emptySkipped"], manifest.count(qv::bench::FileKind::ZeroByte));
+    EXPECT_EQ(first["total"]["emptySkipped"], manifest.count(qv::testkit::FileKind::ZeroByte));
     EXPECT_EQ(first["summary"], "Scan complete  \xE2\x80\xA2  " + std::to_string(manifest.indexable())
                                     + " new  \xE2\x80\xA2  0 updated  \xE2\x80\xA2  0 unchanged  \xE2\x80\xA2  0 missing");
 
@@ -65,7 +65,7 @@ TEST_F(CliTest, ScanListLabelAndRemoveAGeneratedLibrary)
 TEST_F(CliTest, ScanFailuresAndUserErrorsExitWithOneLine)
 {
     fs::create_directories(_root);
-    qv::test::writeWave(_root / "Kick.wav", qv::test::hitSignal(0.3, 44100, {0.0}));
+    qv::testkit::writeWave(_root / "Kick.wav", qv::testkit::hitSignal(0.3, 44100, {0.0}));
     cliJson({"scan", _root.string()});
     fs::rename(_root, _dir / "unplugged");
 
@@ -93,9 +93,9 @@ TEST_F(CliTest, InspectExplainsTheTypeAndKeepsNonUtf8PathsLossless)
 {
     const auto wav = _root / "Drums/Kick 01.wav";
     fs::create_directories(wav.parent_path());
-    qv::test::writeWave(wav, qv::test::hitSignal(0.4, 44100, {0.02}));
+    qv::testkit::writeWave(wav, qv::testkit::hitSignal(0.4, 44100, {0.02}));
     const std::string latin1 = "Loop_140BPM_Am \xE9t\xE9.mid";
-    qv::test::writeFile(_root / "Drums" / latin1, "MThd");
+    qv::testkit::writeFile(_root / "Drums" / latin1, "MThd");
 
     const json one = cliJson({"inspect", wav.string(), "--root", _root.string()});
     EXPECT_EQ(one["libraryName"], "Library");

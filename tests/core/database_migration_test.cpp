@@ -11,8 +11,8 @@
 namespace {
 
 namespace fs = std::filesystem;
-using qv::test::RawDb;
-using qv::test::TempDir;
+using qv::testkit::RawDb;
+using qv::testkit::TempDir;
 
 // Builds a database the way an older release left it: the version table, then the
 // first `version` scripts, then rows that later scripts must carry over.
@@ -167,7 +167,7 @@ TEST(DatabaseMigration, AnExistingBackupIsNeverOverwritten)
     TempDir dir;
     const auto file = dir / "quorvalinder.db";
     buildDatabaseAtVersion(file, 4);
-    qv::test::writeFile(backupOf(file), "an older backup");
+    qv::testkit::writeFile(backupOf(file), "an older backup");
 
     { qv::Database db(file); }
     EXPECT_EQ(readAll(backupOf(file)), "an older backup");
@@ -204,7 +204,7 @@ TEST(DatabaseMigration, OpeningSomethingThatIsNotADatabaseFails)
 {
     TempDir dir;
     const auto file = dir / "quorvalinder.db";
-    qv::test::writeFile(file, std::string(4096, 'x'));
+    qv::testkit::writeFile(file, std::string(4096, 'x'));
     EXPECT_THROW(qv::Database db(file), std::runtime_error);
     EXPECT_EQ(readAll(file), std::string(4096, 'x'));
 

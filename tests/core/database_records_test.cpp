@@ -209,7 +209,7 @@ TEST_F(DatabaseRecords, RelinkFollowsOneVanishedFileAndRefusesDuplicatesAndAmbig
     const auto moved = _root / "New/Kick.wav";
 
     // The old file still exists: a copy, not a move.
-    qv::test::writeFile(s.path, "x");
+    qv::testkit::writeFile(s.path, "x");
     EXPECT_FALSE(_db.relinkMovedSample(lib, moved, 1000, 1700000000));
     fs::remove(s.path);
 

@@ -31,7 +31,7 @@ protected:
     {
         const auto path = _root / relative;
         fs::create_directories(path.parent_path());
-        qv::test::writeWave(path, qv::test::hitSignal(seconds, 44100, {0.05}));
+        qv::testkit::writeWave(path, qv::testkit::hitSignal(seconds, 44100, {0.05}));
         return path;
     }
 
@@ -57,7 +57,7 @@ protected:
 // rescan and a full rescan count what they must.
 TEST_F(LibraryScannerTest, GeneratedLibraryCountsFollowTheManifest)
 {
-    const auto manifest = qv::bench::LibraryGenerator({.seed = 7, .files = 400}).generate(_root);
+    const auto manifest = qv::testkit::LibraryGenerator({.seed = 7, .files = 400}).generate(_root);
     const auto indexable = manifest.indexable();
     ASSERT_GT(indexable, 300u);
 
@@ -69,7 +69,7 @@ TEST_F(LibraryScannerTest, GeneratedLibraryCountsFollowTheManifest)
         ++calls;
     }, false);
     EXPECT_EQ(first.added, indexable);
-    EXPECT_EQ(first.emptySkipped, manifest.count(qv::bench::FileKind::ZeroByte));
+    EXPECT_EQ(first.emptySkipped, manifest.count(qv::testkit::FileKind::ZeroByte));
     EXPECT_EQ(first.unchanged + first.updated + first.removed, 0u);
     EXPECT_EQ(calls, indexable);
     EXPECT_EQ(static_cast<std::uint64_t>(_db.countSamples()), indexable);
@@ -90,11 +90,11 @@ TEST_F(LibraryScannerTest, ChangedEmptiedAndDeletedFilesAreUpdatedOrRemoved)
     const auto kick = writeHit("Drums/Kick.wav");
     const auto snare = writeHit("Drums/Snare.wav");
     const auto hat = writeHit("Drums/Hat.wav");
-    qv::test::writeFile(_root / "Drums/Empty.wav", "");
+    qv::testkit::writeFile(_root / "Drums/Empty.wav", "");
     EXPECT_EQ(scan().added, 3u);
 
     writeHit("Drums/Kick.wav", 0.8); // new size
-    qv::test::writeFile(snare, "");   // became empty
+    qv::testkit::writeFile(snare, "");   // became empty
     fs::remove(hat);
 
     const auto stats = scan();
@@ -150,7 +150,7 @@ TEST_F(LibraryScannerTest, LinksInsideTheLibrary)
 {
     const auto outside = _dir / "Elsewhere";
     fs::create_directories(outside);
-    qv::test::writeWave(outside / "Pad.wav", qv::test::hitSignal(0.3, 44100, {0.0}));
+    qv::testkit::writeWave(outside / "Pad.wav", qv::testkit::hitSignal(0.3, 44100, {0.0}));
     writeHit("Kick.wav");
     fs::create_symlink(outside / "Pad.wav", _root / "Pad link.wav");
     fs::create_symlink(_dir / "gone.wav", _root / "Dangling.wav");

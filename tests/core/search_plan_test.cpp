@@ -26,7 +26,7 @@ using qv::SearchQuery;
 // Rows the generator does not make: names equal but for case, spellings of one key,
 // blank and odd values, a sample without a library, names that look like SQL or FTS
 // syntax, and a folder that is a prefix of another's name.
-void addEdgeRows(qv::Database& db, qv::test::RawDb& raw, std::int64_t library, const std::string& root)
+void addEdgeRows(qv::Database& db, qv::testkit::RawDb& raw, std::int64_t library, const std::string& root)
 {
     struct Row {
         std::string relative;
@@ -72,7 +72,7 @@ void addEdgeRows(qv::Database& db, qv::test::RawDb& raw, std::int64_t library, c
 
 class QueryMaker {
 public:
-    QueryMaker(std::uint64_t seed, qv::test::RawDb& raw)
+    QueryMaker(std::uint64_t seed, qv::testkit::RawDb& raw)
         : _random(seed)
     {
         for (const auto& name : raw.column("SELECT filename FROM samples ORDER BY random() LIMIT 300")) {
@@ -172,16 +172,16 @@ std::string describe(const SearchQuery& q)
 
 class SearchPlanTest : public ::testing::Test {
 protected:
-    qv::test::TempDir _dir;
+    qv::testkit::TempDir _dir;
     fs::path _file = _dir / "index.db";
     qv::Database _reference{_file};
     qv::Database _indexed{_file};
-    qv::test::RawDb _raw{_file};
+    qv::testkit::RawDb _raw{_file};
 
     void SetUp() override
     {
         _reference.setSearchPlan(qv::SearchPlan::Reference);
-        const auto summary = qv::bench::fillDatabase(_reference, 2500, 11);
+        const auto summary = qv::testkit::fillDatabase(_reference, 2500, 11);
         const std::string root = summary.libraryPaths.front();
         addEdgeRows(_reference, _raw, _raw.integer("SELECT id FROM libraries WHERE path=?", {root}), root);
         // A folder-wide edit gives rows an override source and a second genre.

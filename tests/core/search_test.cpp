@@ -276,9 +276,9 @@ TEST_F(Search, FilterValuesListWhatTheRestOfTheQueryShows)
 // in the order matchingIndex reports.
 TEST(SearchPaging, PagesCoverEveryMatchOnceInEveryOrder)
 {
-    qv::test::TempDir dir;
+    qv::testkit::TempDir dir;
     qv::Database db(dir / "index.db");
-    qv::bench::fillDatabase(db, 600, 7);
+    qv::testkit::fillDatabase(db, 600, 7);
 
     std::vector<SearchQuery> queries = {{}, {.text = "d"}, {.type = "One Shot"}, {.bpm = 120}};
     for (SearchQuery base : std::vector<SearchQuery>(queries)) {

@@ -224,9 +224,9 @@ TEST_F(UserData, DecisionsSurviveARescan)
 {
     const fs::path root = _dir / "Samples";
     fs::create_directories(root / "Kits/Deep");
-    const auto signal = qv::test::hitSignal(0.4, 44100, {0.05});
-    qv::test::writeWave(root / "Kits/Kick 01.wav", signal);
-    qv::test::writeWave(root / "Kits/Deep/Snare 02.wav", signal);
+    const auto signal = qv::testkit::hitSignal(0.4, 44100, {0.05});
+    qv::testkit::writeWave(root / "Kits/Kick 01.wav", signal);
+    qv::testkit::writeWave(root / "Kits/Deep/Snare 02.wav", signal);
     std::ofstream(root / "Kits/Chords Am.mid") << "MThd";
 
     qv::LibraryScanner scanner(_db);
@@ -242,7 +242,7 @@ TEST_F(UserData, DecisionsSurviveARescan)
     const auto playlist = _db.createPlaylist("Keep");
     _db.addToPlaylist(playlist, snare);
 
-    qv::test::writeWave(root / "Kits/Kick 01.wav", qv::test::hitSignal(0.6, 44100, {0.05}));
+    qv::testkit::writeWave(root / "Kits/Kick 01.wav", qv::testkit::hitSignal(0.6, 44100, {0.05}));
     scanner.scan(root, {}, true);
 
     ASSERT_EQ(_db.findByPath(root / "Kits/Kick 01.wav")->id, kick);

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 class HostileTree : public ::testing::Test {
 protected:
-    qv::test::TempDir _dir;
+    qv::testkit::TempDir _dir;
     fs::path _dbFile = _dir / "index/quorvalinder.db";
     fs::path _root = _dir / "Hostile Library";
     // Optional so that a test can close it before another process opens the file.
@@ -35,7 +35,7 @@ protected:
     {
         const auto path = _root / relative;
         fs::create_directories(path.parent_path());
-        qv::test::writeWave(path, qv::test::hitSignal(0.2, 44100, {0.02}));
+        qv::testkit::writeWave(path, qv::testkit::hitSignal(0.2, 44100, {0.02}));
         return path;
     }
 

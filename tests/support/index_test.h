@@ -12,10 +12,10 @@ namespace qv::test {
 
 class IndexTest : public ::testing::Test {
 protected:
-    TempDir _dir;
+    testkit::TempDir _dir;
     std::filesystem::path _dbFile = _dir / "index/quorvalinder.db";
     Database _db{_dbFile};
-    RawDb _raw{_dbFile};
+    testkit::RawDb _raw{_dbFile};
 };
 
 } // namespace qv::test

@@ -18,11 +18,11 @@
 namespace {
 
 namespace fs = std::filesystem;
-using qv::bench::Encoding;
-using qv::bench::FileKind;
-using qv::bench::LibraryGenerator;
-using qv::bench::Manifest;
-using qv::test::TempDir;
+using qv::testkit::Encoding;
+using qv::testkit::FileKind;
+using qv::testkit::LibraryGenerator;
+using qv::testkit::Manifest;
+using qv::testkit::TempDir;
 
 std::string readAll(const fs::path& path)
 {
@@ -136,7 +136,7 @@ TEST(LibraryGenerator, ManifestCountsMatchWhatIsOnDisk)
         TempDir dir;
         const Manifest manifest = generate(dir.path(), seed, files, true);
         ASSERT_EQ(manifest.files.size(), files);
-        for (std::size_t k = 0; k < qv::bench::kFileKindCount; ++k) EXPECT_GE(manifest.counts[k], 1u) << k;
+        for (std::size_t k = 0; k < qv::testkit::kFileKindCount; ++k) EXPECT_GE(manifest.counts[k], 1u) << k;
 
         // Tally the tree the way a scanner sees it, independently of the manifest's kinds.
         std::uint64_t onDisk = 0, empty = 0, hidden = 0, unsupported = 0, indexable = 0;
@@ -173,7 +173,7 @@ TEST(LibraryGenerator, ManifestCountsMatchWhatIsOnDisk)
 TEST(LibraryGenerator, MixAddsUpToTheRequestedCountWithEveryKind)
 {
     for (const std::uint64_t files : {10ull, 11ull, 57ull, 1000ull, 999'999ull, 1'000'000ull}) {
-        for (const auto& mix : {qv::bench::diskMix(files), qv::bench::indexMix(files)}) {
+        for (const auto& mix : {qv::testkit::diskMix(files), qv::testkit::indexMix(files)}) {
             std::uint64_t total = 0;
             for (const auto n : mix) total += n;
             EXPECT_EQ(total, files);
@@ -181,7 +181,7 @@ TEST(LibraryGenerator, MixAddsUpToTheRequestedCountWithEveryKind)
                 EXPECT_GT(mix[static_cast<std::size_t>(FileKind::Wav)], files / 2) << files;
             }
         }
-        for (const auto n : qv::bench::diskMix(files)) EXPECT_GE(n, 1u) << files;
+        for (const auto n : qv::testkit::diskMix(files)) EXPECT_GE(n, 1u) << files;
     }
 }
 
@@ -194,7 +194,7 @@ TEST(LibraryGenerator, NamesReadBackAsTheTempoAndKeyTheyWereGiven)
     std::size_t withTempo = 0, withKey = 0;
     for (const auto& file : manifest.files) {
         if (file.kind == FileKind::HiddenCompanion || file.kind == FileKind::Unsupported) continue;
-        const auto sample = parser.parse(qv::bench::pathFromUtf8(dir.path().string() + "/" + file.relativePath),
+        const auto sample = parser.parse(qv::testkit::pathFromUtf8(dir.path().string() + "/" + file.relativePath),
                                          dir.path(), std::nullopt);
         withTempo += file.bpm.has_value();
         withKey += file.key != "None";
@@ -222,9 +222,9 @@ protected:
         delete _dir;
     }
 
-    static std::vector<qv::bench::ManifestEntry> filesOf(FileKind kind)
+    static std::vector<qv::testkit::ManifestEntry> filesOf(FileKind kind)
     {
-        std::vector<qv::bench::ManifestEntry> result;
+        std::vector<qv::testkit::ManifestEntry> result;
         for (const auto& file : _manifest->files) {
             if (file.kind == kind) result.push_back(file);
         }
@@ -332,13 +332,13 @@ TEST_F(GeneratedAudio, AudioClassifiesAsTheKindOfSampleItWasMadeAs)
 TEST(FillDatabase, StoresTheRequestedRecordsWithUserDataAndAnOfflineLibrary)
 {
     TempDir dir;
-    const auto digest = [](qv::test::RawDb& raw) {
+    const auto digest = [](qv::testkit::RawDb& raw) {
         return raw.text("SELECT group_concat(path||type||coalesce(bpm,'')||musical_key||coalesce(duration,''),'|') "
                         "FROM (SELECT * FROM samples ORDER BY path)");
     };
 
     qv::Database db(dir / "a.db");
-    const auto summary = qv::bench::fillDatabase(db, 3000, 5);
+    const auto summary = qv::testkit::fillDatabase(db, 3000, 5);
     EXPECT_EQ(summary.records, 3000u);
     EXPECT_GT(summary.hiddenRows, 0u);
     EXPECT_EQ(static_cast<std::uint64_t>(db.countSamples()) + summary.hiddenRows, 3000u);
@@ -352,7 +352,7 @@ TEST(FillDatabase, StoresTheRequestedRecordsWithUserDataAndAnOfflineLibrary)
     }
     EXPECT_EQ(listed, db.countSamples());
 
-    qv::test::RawDb raw(dir / "a.db");
+    qv::testkit::RawDb raw(dir / "a.db");
     EXPECT_EQ(raw.integer("SELECT count(*) FROM samples"), 3000);
     EXPECT_EQ(raw.integer("SELECT count(*) FROM app_metadata WHERE key=?", {"offline_library:" + summary.offlineLibrary}),
               1);
@@ -364,11 +364,11 @@ TEST(FillDatabase, StoresTheRequestedRecordsWithUserDataAndAnOfflineLibrary)
     EXPECT_GT(raw.integer("SELECT count(*) FROM sample_search WHERE sample_search MATCH 'kick'"), 0);
 
     qv::Database same(dir / "b.db");
-    qv::bench::fillDatabase(same, 3000, 5);
+    qv::testkit::fillDatabase(same, 3000, 5);
     qv::Database other(dir / "c.db");
-    qv::bench::fillDatabase(other, 3000, 6);
-    qv::test::RawDb rawSame(dir / "b.db");
-    qv::test::RawDb rawOther(dir / "c.db");
+    qv::testkit::fillDatabase(other, 3000, 6);
+    qv::testkit::RawDb rawSame(dir / "b.db");
+    qv::testkit::RawDb rawOther(dir / "c.db");
     EXPECT_EQ(digest(raw), digest(rawSame));
     EXPECT_NE(digest(raw), digest(rawOther));
 }
