@@ -5,9 +5,7 @@
 #include "db/database.h"
 #include "scan/library_scanner.h"
 #include "reliability/user_edits.h"
-#include "raw_db.h"
-#include "temp_dir.h"
-#include "wave_writer.h"
+#include "support/index_test.h"
 
 #include <gtest/gtest.h>
 
@@ -43,12 +41,7 @@ protected:
 
     std::string scanError(const qv::LibraryScanner::Progress& progress = {}, bool force = false)
     {
-        try {
-            qv::LibraryScanner(*_db).scan(_root, progress, force);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "";
+        return qv::test::errorOf([&] { qv::LibraryScanner(*_db).scan(_root, progress, force); });
     }
 
     std::int64_t idOf(const fs::path& path)
