@@ -44,7 +44,9 @@ TEST_F(LibraryScannerTest, GeneratedLibraryIndexesAsItsManifestSays)
         EXPECT_EQ(stored[path], qv::toString(file.type) + path);
         ++checked[file.type];
     }
-    EXPECT_GT(checked[qv::SampleType::Loop] * checked[qv::SampleType::OneShot] * checked[qv::SampleType::MIDI], 0);
+    for (const auto type : {qv::SampleType::Loop, qv::SampleType::OneShot, qv::SampleType::MIDI}) {
+        EXPECT_GT(checked[type], 0) << qv::toString(type);
+    }
 
     EXPECT_EQ(scan().unchanged, manifest.indexable());
     EXPECT_EQ(scan(true).updated, manifest.indexable());

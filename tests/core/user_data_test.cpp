@@ -12,10 +12,10 @@ class UserData : public qv::test::IndexTest {
 protected:
     std::int64_t _lib = _db.addLibrary("/lib");
 
-    std::int64_t add(const std::string& path, SampleType type = SampleType::OneShot, const std::string& genre = "")
+    std::int64_t add(const std::string& path, SampleType type = SampleType::OneShot,
+                     const std::vector<std::string>& genres = {})
     {
-        return IndexTest::add({path, type, "Kick", {}, "None", genre.empty() ? std::vector<std::string>{} : std::vector{genre}},
-                              _lib);
+        return IndexTest::add({path, type, "Kick", {}, "None", genres}, _lib);
     }
 
     std::string column(const std::string& column, std::int64_t id)
@@ -82,7 +82,7 @@ TEST_F(UserData, FolderTypeAndInstrumentReachEveryDepthButNotNeighboursOrMidi)
 
 TEST_F(UserData, FolderGenresComeFirstAndAreRemovedInAnyCase)
 {
-    const auto techno = add("/lib/Drums/Kick.wav", SampleType::OneShot, "Techno");
+    const auto techno = add("/lib/Drums/Kick.wav", SampleType::OneShot, {"Techno"});
     const auto plain = add("/lib/Drums/Snare.wav");
     _db.setFolderGenreOverride("/lib/Drums", "House", true);
     _db.setFolderGenreOverride("/lib/Drums", "House", true);
