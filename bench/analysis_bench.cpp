@@ -32,9 +32,9 @@ struct BenchFile {
         path = root / "Loops" / "Melody Loops" / "Dark_Keys_Loop_140bpm_Am.wav";
         std::vector<double> hits;
         for (double t = 0.05; t < 2.0; t += 60.0 / 140 / 2) hits.push_back(t);
-        qv::test::WaveSpec stereo16;
+        qv::testkit::WaveSpec stereo16;
         stereo16.channels = 2;
-        qv::test::writeWave(path, qv::test::hitSignal(2.0, 44100, hits, 2), stereo16);
+        qv::testkit::writeWave(path, qv::testkit::hitSignal(2.0, 44100, hits, 2), stereo16);
         size = static_cast<std::size_t>(fs::file_size(path));
     }
     ~BenchFile() { fs::remove_all(root.parent_path()); }

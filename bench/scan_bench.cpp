@@ -70,7 +70,7 @@ int main(int argc, char** argv)
         fs::remove_all(dir);
         std::printf("generating %llu files into %s ...\n", static_cast<unsigned long long>(files), dir.c_str());
         const double took = secondsOf([&] {
-            qv::bench::LibraryGenerator({.seed = 42, .files = files, .tinyAudio = files > 5000}).generate(dir);
+            qv::testkit::LibraryGenerator({.seed = 42, .files = files, .tinyAudio = files > 5000}).generate(dir);
         });
         std::FILE* marker = std::fopen(complete.c_str(), "w");
         if (marker) std::fclose(marker);

@@ -119,7 +119,7 @@ void ensureDatabase(const Options& options)
     std::fflush(stdout);
     const double ms = millisecondsOf([&] {
         qv::Database db(partial);
-        qv::bench::fillDatabase(db, options.records, 1);
+        qv::testkit::fillDatabase(db, options.records, 1);
         qv::DatabaseTestAccess::exec(db, "PRAGMA wal_checkpoint(TRUNCATE)");
     });
     fs::rename(partial, options.db);

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 namespace {
 
@@ -227,4 +227,4 @@ AudioBuffer synthesize(const SoundSpec& soundSpec, bool tiny)
     return buffer;
 }
 
-} // namespace qv::bench
+} // namespace qv::testkit

@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 struct AudioBuffer {
     int sampleRate = 44100;
@@ -27,4 +27,4 @@ inline constexpr int kTinySampleRate = 22050;
 
 AudioBuffer synthesize(const SoundSpec& soundSpec, bool tiny);
 
-} // namespace qv::bench
+} // namespace qv::testkit

@@ -8,7 +8,7 @@
 #include <array>
 #include <cmath>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 namespace {
 
@@ -155,4 +155,4 @@ FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t 
     return summary;
 }
 
-} // namespace qv::bench
+} // namespace qv::testkit

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 struct FillSummary {
     std::uint64_t records = 0;    // rows upserted, "._" rows included
@@ -25,4 +25,4 @@ struct FillSummary {
 // Not thread-safe with other writers of `db`: it runs its own BEGIN/COMMIT batches.
 FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed);
 
-} // namespace qv::bench
+} // namespace qv::testkit

@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <fstream>
 #include <stdexcept>
 #include <vector>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 namespace {
 
@@ -49,18 +48,6 @@ void chunk(std::string& out, std::string_view id, std::string_view body)
     if (body.size() % 2 == 1) out += '\0';
 }
 
-std::string infoChunkBody()
-{
-    std::string body = "INFO";
-    chunk(body, "ISFT", std::string_view("qv-genlib\0", 10));
-    return body;
-}
-
-std::int32_t quantise(float v, double full)
-{
-    return static_cast<std::int32_t>(std::lround(std::clamp(static_cast<double>(v), -1.0, 1.0) * full));
-}
-
 void putVarLen(std::string& out, std::uint32_t value)
 {
     std::array<char, 5> bytes{};
@@ -92,50 +79,22 @@ void trackChunk(std::string& out, std::string events)
 
 } // namespace
 
-std::string waveBytes(const AudioBuffer& audio, Encoding encoding, InfoChunk info)
+std::string waveBytes(const AudioBuffer& audio, Encoding encoding, std::optional<ListAt> info)
 {
-    const bool isFloat = encoding == Encoding::Float32;
-    const std::uint32_t bits = encoding == Encoding::Pcm24 ? 24 : isFloat ? 32 : 16;
-    const auto channels = static_cast<std::uint32_t>(audio.channels);
-    const std::uint32_t blockAlign = channels * bits / 8;
-
-    std::string fmt;
-    put16(fmt, isFloat ? 3 : 1);
-    put16(fmt, channels);
-    put32(fmt, static_cast<std::uint32_t>(audio.sampleRate));
-    put32(fmt, static_cast<std::uint32_t>(audio.sampleRate) * blockAlign);
-    put16(fmt, blockAlign);
-    put16(fmt, bits);
-    if (isFloat) put16(fmt, 0); // cbSize: non-PCM formats carry it
-
-    std::string data;
-    data.reserve(audio.samples.size() * bits / 8);
-    for (float v : audio.samples) {
-        if (isFloat) {
-            std::uint32_t raw = 0;
-            std::memcpy(&raw, &v, sizeof raw);
-            put32(data, raw);
-        } else if (bits == 24) {
-            const auto q = static_cast<std::uint32_t>(quantise(v, 8388607.0));
-            put16(data, q & 0xFFFF);
-            data += static_cast<char>((q >> 16) & 0xFF);
-        } else {
-            put16(data, static_cast<std::uint32_t>(quantise(v, 32767.0)) & 0xFFFF);
-        }
+    WaveSpec spec;
+    spec.sampleRate = static_cast<std::uint32_t>(audio.sampleRate);
+    spec.channels = static_cast<std::uint16_t>(audio.channels);
+    if (encoding == Encoding::Pcm24) spec.encoding = WaveEncoding::Pcm24;
+    if (encoding == Encoding::Float32) {
+        spec.encoding = WaveEncoding::Float32;
+        spec.factChunk = true;
     }
-
-    std::string out = "RIFF----WAVE";
-    chunk(out, "fmt ", fmt);
-    if (isFloat) {
-        std::string fact;
-        put32(fact, static_cast<std::uint32_t>(audio.frames()));
-        chunk(out, "fact", fact);
+    if (info) {
+        spec.listChunk = "INFO";
+        chunk(spec.listChunk, "ISFT", std::string_view("qv-genlib\0", 10));
+        spec.listAt = *info;
     }
-    if (info == InfoChunk::BeforeData) chunk(out, "LIST", infoChunkBody());
-    chunk(out, "data", data);
-    if (info == InfoChunk::AfterData) chunk(out, "LIST", infoChunkBody());
-    set32(out, 4, static_cast<std::uint32_t>(out.size() - 8));
-    return out;
+    return testkit::waveBytes(audio.samples, spec);
 }
 
 std::string corruptWaveBytes(const AudioBuffer& audio, Corruption corruption, Rng& rng)
@@ -281,4 +240,4 @@ void writeBytes(const std::filesystem::path& path, std::string_view bytes)
     if (!out) throw std::runtime_error("cannot write " + path.string());
 }
 
-} // namespace qv::bench
+} // namespace qv::testkit

@@ -1,25 +1,25 @@
 // Byte images of the files a library holds, written by hand where the format is simple.
 //
-// WAVE: "RIFF" <size> "WAVE", a 16-byte "fmt " (PCM, tag 1) or an 18-byte one (IEEE
-// float, tag 3, followed by a "fact" frame count), an optional "LIST"/"INFO" chunk before
-// or after "data", and a pad byte after odd-sized chunks. All integers little-endian.
+// WAVE (through wave_writer.h): a 16-byte "fmt " for PCM, an 18-byte one followed by a
+// "fact" frame count for IEEE float, as common writers lay them out, and an optional
+// "LIST"/"INFO" chunk before or after "data".
 // MIDI: a standard MIDI file of format 0 or 1 with a tempo, a time signature and notes.
 // "._" files: an AppleDouble header with an empty Finder info entry.
 #pragma once
 
 #include "audio_synthesis.h"
 #include "library_plan.h"
+#include "wave_writer.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
-namespace qv::bench {
+namespace qv::testkit {
 
-enum class InfoChunk : std::uint8_t { None, BeforeData, AfterData };
-
-std::string waveBytes(const AudioBuffer& audio, Encoding encoding, InfoChunk info = InfoChunk::None);
+std::string waveBytes(const AudioBuffer& audio, Encoding encoding, std::optional<ListAt> info = std::nullopt);
 
 // A damaged WAVE image: what readers must survive, not parse.
 std::string corruptWaveBytes(const AudioBuffer& audio, Corruption corruption, Rng& rng);
@@ -37,4 +37,4 @@ std::uint64_t fnv1a(std::string_view bytes, std::uint64_t hash = 0xcbf29ce484222
 // Writes the whole file or throws std::runtime_error naming it.
 void writeBytes(const std::filesystem::path& path, std::string_view bytes);
 
-} // namespace qv::bench
+} // namespace qv::testkit

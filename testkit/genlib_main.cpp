@@ -49,7 +49,7 @@ int usageError(const std::string& message)
 
 int main(int argc, char** argv)
 {
-    qv::bench::GeneratorOptions options;
+    qv::testkit::GeneratorOptions options;
     std::string out;
     std::string db;
     for (int i = 1; i < argc; ++i) {
@@ -73,8 +73,8 @@ int main(int argc, char** argv)
         }
     }
     if (out.empty() == db.empty()) return usageError("give exactly one of --out and --db");
-    if (options.files < qv::bench::LibraryGenerator::kMinFiles
-        || options.files > qv::bench::LibraryGenerator::kMaxFiles) {
+    if (options.files < qv::testkit::LibraryGenerator::kMinFiles
+        || options.files > qv::testkit::LibraryGenerator::kMaxFiles) {
         return usageError("--files must be between 10 and 1000000");
     }
 
@@ -82,7 +82,7 @@ int main(int argc, char** argv)
     try {
         if (!db.empty()) {
             qv::Database database(db);
-            const auto summary = qv::bench::fillDatabase(database, options.files, options.seed);
+            const auto summary = qv::testkit::fillDatabase(database, options.files, options.seed);
             std::printf("filled %llu records (%llu hidden \"._\" rows) into %s in %.1f s\n",
                         static_cast<unsigned long long>(summary.records),
                         static_cast<unsigned long long>(summary.hiddenRows), db.c_str(), secondsSince(start));
@@ -92,12 +92,12 @@ int main(int argc, char** argv)
             return 0;
         }
 
-        const auto manifest = qv::bench::LibraryGenerator(options).generate(out, [](std::uint64_t done) {
+        const auto manifest = qv::testkit::LibraryGenerator(options).generate(out, [](std::uint64_t done) {
             if (done % 50'000 == 0) std::fprintf(stderr, "%llu files\n", static_cast<unsigned long long>(done));
         });
         std::printf("wrote %zu files into %s in %.1f s\n", manifest.files.size(), out.c_str(), secondsSince(start));
-        for (std::size_t k = 0; k < qv::bench::kFileKindCount; ++k) {
-            std::printf("  %-12s %llu\n", qv::bench::kindName(static_cast<qv::bench::FileKind>(k)),
+        for (std::size_t k = 0; k < qv::testkit::kFileKindCount; ++k) {
+            std::printf("  %-12s %llu\n", qv::testkit::kindName(static_cast<qv::testkit::FileKind>(k)),
                         static_cast<unsigned long long>(manifest.counts[k]));
         }
         std::printf("  a scan stores %llu of them\n", static_cast<unsigned long long>(manifest.indexable()));

@@ -6,17 +6,19 @@
 
 #include <stdexcept>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 namespace fs = std::filesystem;
 
 namespace {
 
-InfoChunk infoChunkFor(std::uint64_t audioSeed)
+std::optional<ListAt> infoChunkFor(std::uint64_t audioSeed)
 {
     Rng rng(audioSeed ^ 0x5851F42D4C957F2Dull);
     const double r = rng.unit();
-    return r < 0.15 ? InfoChunk::BeforeData : r < 0.25 ? InfoChunk::AfterData : InfoChunk::None;
+    if (r < 0.15) return ListAt::BeforeData;
+    if (r < 0.25) return ListAt::Last;
+    return std::nullopt;
 }
 
 void writeFile(const fs::path& path, const PlannedFile& file, bool tiny, std::uint64_t seed)
@@ -98,4 +100,4 @@ Manifest LibraryGenerator::generate(const fs::path& outDir, const std::function<
     return manifest;
 }
 
-} // namespace qv::bench
+} // namespace qv::testkit

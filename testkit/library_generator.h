@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 struct GeneratorOptions {
     std::uint64_t seed = 1;
@@ -66,4 +66,4 @@ private:
 // A path from the manifest's UTF-8 text, whatever the platform's narrow encoding is.
 std::filesystem::path pathFromUtf8(const std::string& text);
 
-} // namespace qv::bench
+} // namespace qv::testkit

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 namespace {
 
@@ -360,4 +360,4 @@ PlannedFile LibraryPlan::companion(FileKind kind)
     return file;
 }
 
-} // namespace qv::bench
+} // namespace qv::testkit

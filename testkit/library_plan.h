@@ -24,7 +24,7 @@
 #include <set>
 #include <string>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 enum class FileKind : std::uint8_t {
     Wav,
@@ -126,4 +126,4 @@ private:
     std::optional<RecentFile> _lastReal;
 };
 
-} // namespace qv::bench
+} // namespace qv::testkit

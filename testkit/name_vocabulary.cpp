@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 namespace {
 
@@ -248,4 +248,4 @@ std::string joinTokens(NamingStyle style, const std::vector<std::string>& tokens
     return result;
 }
 
-} // namespace qv::bench
+} // namespace qv::testkit

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 enum class Sound : std::uint8_t {
     Kick, Snare, Clap, HiHat, OpenHat, Perc, Rim, Cymbal, Bass808, BassShot, KeysShot, SynthShot, Pluck,
@@ -80,4 +80,4 @@ std::string abbreviation(std::string_view name);
 // Joins name tokens in the style's separator and letter case.
 std::string joinTokens(NamingStyle style, const std::vector<std::string>& tokens);
 
-} // namespace qv::bench
+} // namespace qv::testkit

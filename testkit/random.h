@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <iterator>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 class Rng {
 public:
@@ -53,4 +53,4 @@ private:
     std::uint64_t _state;
 };
 
-} // namespace qv::bench
+} // namespace qv::testkit

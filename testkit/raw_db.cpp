@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-namespace qv::test {
+namespace qv::testkit {
 
 namespace {
 struct Stmt {
@@ -71,4 +71,4 @@ std::vector<std::string> RawDb::column(const std::string& sql)
     return values;
 }
 
-} // namespace qv::test
+} // namespace qv::testkit

@@ -9,7 +9,7 @@
 
 struct sqlite3;
 
-namespace qv::test {
+namespace qv::testkit {
 
 class RawDb {
 public:
@@ -29,4 +29,4 @@ private:
     sqlite3* _db = nullptr;
 };
 
-} // namespace qv::test
+} // namespace qv::testkit

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 namespace {
 
@@ -52,4 +52,4 @@ void writeMp3(const std::filesystem::path& path, const AudioBuffer& audio)
     writeWith(path, audio, SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III);
 }
 
-} // namespace qv::bench
+} // namespace qv::testkit

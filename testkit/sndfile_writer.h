@@ -8,7 +8,7 @@
 
 #include <filesystem>
 
-namespace qv::bench {
+namespace qv::testkit {
 
 bool mp3Encodable();
 
@@ -19,4 +19,4 @@ void writeAiff(const std::filesystem::path& path, const AudioBuffer& audio, Enco
 // (8 to 48 kHz). Throws std::runtime_error with libsndfile's message.
 void writeMp3(const std::filesystem::path& path, const AudioBuffer& audio);
 
-} // namespace qv::bench
+} // namespace qv::testkit

@@ -6,7 +6,7 @@
 #include <string>
 #include <unistd.h>
 
-namespace qv::test {
+namespace qv::testkit {
 
 TempDir::TempDir()
 {
@@ -32,4 +32,4 @@ void writeFile(const std::filesystem::path& path, std::string_view contents)
     if (!out) throw std::runtime_error("cannot write " + path.string());
 }
 
-} // namespace qv::test
+} // namespace qv::testkit

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string_view>
 
-namespace qv::test {
+namespace qv::testkit {
 
 class TempDir {
 public:
@@ -25,4 +25,4 @@ private:
 // Writes `contents` to `path`, creating parent folders.
 void writeFile(const std::filesystem::path& path, std::string_view contents);
 
-} // namespace qv::test
+} // namespace qv::testkit

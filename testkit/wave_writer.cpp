@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <numbers>
 
-namespace qv::test {
+namespace qv::testkit {
 
 namespace {
 
@@ -94,16 +94,30 @@ std::string waveBytes(const std::vector<float>& samples, const WaveSpec& waveSpe
         // Sub-format GUID: the real tag followed by the fixed tail 00000000-0010-0080-00AA00389B71.
         put16(format, realTag);
         format += std::string("\x00\x00\x00\x00\x10\x00\x80\x00\x00\xAA\x00\x38\x9B\x71", 14);
+    } else if (waveSpec.factChunk) {
+        put16(format, 0); // cbSize, as non-PCM formats carry it
     }
 
     if (waveSpec.declaredFormatSize && *waveSpec.declaredFormatSize > format.size()) format.resize(*waveSpec.declaredFormatSize, '\0');
 
     std::string chunks;
-    if (!waveSpec.extraChunk.empty()) putChunk(chunks, "LIST", waveSpec.extraChunk);
-    const std::string data = encode(samples, waveSpec.encoding);
-    if (waveSpec.dataBeforeFormat) putChunk(chunks, "data", data, waveSpec.declaredDataSize);
+    const auto list = [&](ListAt at) {
+        if (!waveSpec.listChunk.empty() && waveSpec.listAt == at) putChunk(chunks, "LIST", waveSpec.listChunk);
+    };
+    const auto data = [&] {
+        list(ListAt::BeforeData);
+        putChunk(chunks, "data", encode(samples, waveSpec.encoding), waveSpec.declaredDataSize);
+    };
+    list(ListAt::First);
+    if (waveSpec.dataBeforeFormat) data();
     putChunk(chunks, "fmt ", format, waveSpec.declaredFormatSize);
-    if (!waveSpec.dataBeforeFormat) putChunk(chunks, "data", data, waveSpec.declaredDataSize);
+    if (waveSpec.factChunk) {
+        std::string frames;
+        put32(frames, static_cast<std::uint32_t>(samples.size() / std::max<std::uint16_t>(waveSpec.channels, 1)));
+        putChunk(chunks, "fact", frames);
+    }
+    if (!waveSpec.dataBeforeFormat) data();
+    list(ListAt::Last);
 
     std::string out = "RIFF";
     put32(out, static_cast<std::uint32_t>(chunks.size() + 4));
@@ -141,4 +155,4 @@ std::vector<float> hitSignal(double seconds, std::uint32_t sampleRate, const std
     return out;
 }
 
-} // namespace qv::test
+} // namespace qv::testkit

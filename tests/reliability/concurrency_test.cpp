@@ -101,11 +101,11 @@ private:
 
 TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
 {
-    qv::test::TempDir dir;
+    qv::testkit::TempDir dir;
     const fs::path dbFile = dir / "index/quorvalinder.db";
     const fs::path root = dir / "Library";
-    const auto first = qv::bench::LibraryGenerator({.seed = 51, .files = 300, .tinyAudio = true}).generate(root / "First");
-    const auto second = qv::bench::LibraryGenerator({.seed = 52, .files = 200, .tinyAudio = true}).generate(root / "Second");
+    const auto first = qv::testkit::LibraryGenerator({.seed = 51, .files = 300, .tinyAudio = true}).generate(root / "First");
+    const auto second = qv::testkit::LibraryGenerator({.seed = 52, .files = 200, .tinyAudio = true}).generate(root / "Second");
     qv::Database db(dbFile);
     qv::LibraryScanner scanner(db);
     // Something to browse from the start.

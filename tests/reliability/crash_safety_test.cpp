@@ -57,20 +57,20 @@ std::uint64_t awaitProgress(int fd, std::uint64_t count)
 
 TEST(CrashSafety, ScansKilledAtRandomPointsLoseNoUserEdit)
 {
-    qv::test::TempDir dir;
+    qv::testkit::TempDir dir;
     const fs::path dbFile = dir / "index/quorvalinder.db";
     const fs::path root = dir / "Library";
 
     // One part is indexed and edited before the crashes; the other is new to every scan,
     // so the kills land among inserts as well as among updates.
-    const auto indexed = qv::bench::LibraryGenerator({.seed = 41, .files = 1500, .tinyAudio = true}).generate(root / "Indexed");
+    const auto indexed = qv::testkit::LibraryGenerator({.seed = 41, .files = 1500, .tinyAudio = true}).generate(root / "Indexed");
     std::optional<qv::Database> db(std::in_place, dbFile);
     qv::LibraryScanner(*db).scan(root, {}, false);
     const std::int64_t indexedCount = db->countSamples();
     ASSERT_EQ(static_cast<std::uint64_t>(indexedCount), indexed.indexable());
     const auto edits = qv::test::makeUserEdits(*db, dbFile, root / "Indexed");
     db.reset(); // the child must not inherit an open connection
-    const auto incoming = qv::bench::LibraryGenerator({.seed = 42, .files = 700, .tinyAudio = true}).generate(root / "Incoming");
+    const auto incoming = qv::testkit::LibraryGenerator({.seed = 42, .files = 700, .tinyAudio = true}).generate(root / "Incoming");
     const std::uint64_t total = indexed.indexable() + incoming.indexable();
 
     std::mt19937_64 random(20240611);

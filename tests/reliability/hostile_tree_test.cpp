@@ -5,9 +5,7 @@
 #include "db/database.h"
 #include "scan/library_scanner.h"
 #include "reliability/user_edits.h"
-#include "raw_db.h"
-#include "temp_dir.h"
-#include "wave_writer.h"
+#include "support/index_test.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +23,7 @@ namespace fs = std::filesystem;
 
 class HostileTree : public ::testing::Test {
 protected:
-    qv::test::TempDir _dir;
+    qv::testkit::TempDir _dir;
     fs::path _dbFile = _dir / "index/quorvalinder.db";
     fs::path _root = _dir / "Hostile Library";
     // Optional so that a test can close it before another process opens the file.
@@ -35,7 +33,7 @@ protected:
     {
         const auto path = _root / relative;
         fs::create_directories(path.parent_path());
-        qv::test::writeWave(path, qv::test::hitSignal(0.2, 44100, {0.02}));
+        qv::testkit::writeWave(path, qv::testkit::hitSignal(0.2, 44100, {0.02}));
         return path;
     }
 
@@ -43,12 +41,7 @@ protected:
 
     std::string scanError(const qv::LibraryScanner::Progress& progress = {}, bool force = false)
     {
-        try {
-            qv::LibraryScanner(*_db).scan(_root, progress, force);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "";
+        return qv::test::errorOf([&] { qv::LibraryScanner(*_db).scan(_root, progress, force); });
     }
 
     std::int64_t idOf(const fs::path& path)

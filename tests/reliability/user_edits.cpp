@@ -65,7 +65,7 @@ UserEditSnapshot makeUserEdits(Database& db, const fs::path& dbFile, const fs::p
 
 UserEditSnapshot readUserEdits(const fs::path& dbFile)
 {
-    RawDb raw(dbFile);
+    testkit::RawDb raw(dbFile);
     UserEditSnapshot snapshot;
     snapshot.favourites = raw.column("SELECT id FROM samples WHERE favorite=1 ORDER BY id");
     // The effective column is part of the line: a rescan must keep applying the override.
@@ -86,7 +86,7 @@ UserEditSnapshot readUserEdits(const fs::path& dbFile)
 
 void expectIndexSound(const fs::path& dbFile)
 {
-    RawDb raw(dbFile);
+    testkit::RawDb raw(dbFile);
     EXPECT_EQ(raw.text("PRAGMA integrity_check"), "ok");
     EXPECT_EQ(raw.integer("SELECT count(*) FROM pragma_foreign_key_check"), 0);
     EXPECT_NO_THROW(raw.exec("INSERT INTO sample_search(sample_search) VALUES('integrity-check')"));
