@@ -81,14 +81,20 @@ bool PreviewPlayer::prepareToPlay()
 
 bool PreviewPlayer::decodeChunk()
 {
-    if (_decodedFrames > 0 || _endOfData) return true;
+    if (_decodedFrames > 0) return true;
+    if (_readFault) return false;
+    if (_endOfData) return true;
     const int channels = _file->channels();
     _decoded.resize(std::size_t(kChunkFrames * channels));
     const std::int64_t wanted = std::min(kChunkFrames, _file->frames() - _readFrame);
     const std::int64_t got = wanted > 0 ? _file->read(_decoded.data(), wanted) : 0;
-    if (got <= 0 && wanted > 0 && _file->readFailed()) return false;
     _readFrame += got;
     _decodedFrames = got;
+    if (got < wanted && _file->readFailed()) {
+        // What was decoded before the fault still plays; the fault is reported after it.
+        _readFault = true;
+        return got > 0;
+    }
     // A short read without a fault is a file shorter than its header said: its end.
     if (got < wanted || _readFrame >= _file->frames()) _endOfData = true;
     return true;
@@ -181,6 +187,7 @@ void PreviewPlayer::reposition(double seconds)
     _file->seek(frame);
     _readFrame = frame;
     _endOfData = frame >= _file->frames();
+    _readFault = false;
     _decodedFrames = 0;
     _pending.clear();
     if (_converter) _converter->reset();

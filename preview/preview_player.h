@@ -95,6 +95,7 @@ private:
     QByteArray _pending;          // converted bytes the output has not taken yet
     std::int64_t _readFrame = 0;  // next frame the decoder reads
     bool _endOfData = false;
+    bool _readFault = false;
     bool _prepared = false;
     bool _playing = false;
     double _basePosition = 0;     // seconds at which the output started

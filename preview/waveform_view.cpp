@@ -173,6 +173,8 @@ void QVWaveformView::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     painter.setBrush(white(0.055));
     painter.drawRoundedRect(QRectF(rect()), kCornerRadius, kCornerRadius);
+    // Bars and lines land on whole pixels: at 1× a blurred 2-pixel bar reads as grey.
+    painter.setRenderHint(QPainter::Antialiasing, false);
 
     const QRectF r = QRectF(rect()).adjusted(kInset, kInset, -kInset, -kInset);
     const double middle = r.center().y();
