@@ -4,12 +4,13 @@
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
+#include <QTemporaryFile>
 #include <QStandardPaths>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace qv {
 
@@ -62,10 +63,24 @@ std::optional<std::vector<float>> WaveformDiskCache::read(const QString& key) co
 bool WaveformDiskCache::write(const QString& key, const std::vector<float>& peaks) const
 {
     if (!QDir().mkpath(_directory)) return false;
-    QSaveFile file(filePath(key));
-    if (!file.open(QIODevice::WriteOnly)) return false;
-    file.write(peaksToPropertyList(peaks));
-    return file.commit();
+    const QString target = filePath(key);
+    // A temporary file renamed over the target: readers see the old file or the new one.
+    // No fsync (QSaveFile's cost, five times the decode): after a crash a torn file
+    // only reads as malformed and is decoded again.
+    QTemporaryFile file(target + QStringLiteral(".XXXXXX"));
+    file.setAutoRemove(false);
+    if (!file.open()) return false;
+    const QByteArray xml = peaksToPropertyList(peaks);
+    const bool written = file.write(xml) == xml.size() && file.flush();
+    file.close();
+    std::error_code error;
+    if (written) std::filesystem::rename(QFile::encodeName(file.fileName()).toStdString(),
+                                         QFile::encodeName(target).toStdString(), error);
+    if (!written || error) {
+        file.remove();
+        return false;
+    }
+    return true;
 }
 
 QByteArray peaksToPropertyList(const std::vector<float>& peaks)

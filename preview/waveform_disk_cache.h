@@ -8,8 +8,8 @@
 // of the key's UTF-8 bytes. Each holds an XML property list whose root is an array of
 // exactly 192 <real> elements, the peaks in bucket order, and nothing else. A file that
 // is unreadable, malformed or holds any other number of entries reads as no peaks; the
-// next successful decode replaces it. Writes go through QSaveFile (a temporary file,
-// then a rename), so a reader never sees half a file.
+// next successful decode replaces it. Writes go to a temporary file in the folder that
+// is then renamed over the target, so a reader never sees half a file.
 //
 // Thread-safe: the folder is fixed at construction; every call works on its own file.
 #pragma once

@@ -61,6 +61,8 @@ WaveformQueue::WaveformQueue(Decoder decoder, WaveformDiskCache disk, WaveformNo
     _pool.setMaxThreadCount(2);
     _pool.setThreadPriority(QThread::LowPriority);
     _pool.setObjectName(QStringLiteral("com.ostrelle.quorvalinder.waveforms"));
+    _diskWriter.setMaxThreadCount(1);
+    _diskWriter.setThreadPriority(QThread::LowestPriority);
 }
 
 WaveformQueue::~WaveformQueue()
@@ -75,6 +77,7 @@ WaveformQueue::~WaveformQueue()
     }
     for (Job* job : cancelled) delete job;
     _pool.waitForDone();
+    _diskWriter.waitForDone();
 }
 
 void WaveformQueue::request(const QString& path, std::int64_t modifiedAt, std::uint64_t fileSize, bool preload)
@@ -135,7 +138,9 @@ void WaveformQueue::runJob(Job& job)
         PeakDecode decoded = _decoder(job.path);
         if (decoded.peaks.size() == kPeakCount) {
             duration = decoded.durationSeconds;
-            _disk.write(job.key, decoded.peaks);
+            // Creating a file costs more than decoding a short sample on some disks; the
+            // workers go on decoding while one writer catches up.
+            _diskWriter.start([this, key = job.key, written = decoded.peaks] { _disk.write(key, written); });
             peaks = std::move(decoded.peaks);
         }
     }
@@ -186,6 +191,11 @@ std::uint64_t WaveformQueue::preloadGeneration() const
 {
     QMutexLocker lock(&_queueMutex);
     return _preloadGeneration;
+}
+
+void WaveformQueue::waitForDiskWrites()
+{
+    _diskWriter.waitForDone();
 }
 
 bool WaveformQueue::waitUntilIdleWithTimeout(double seconds) const

@@ -12,6 +12,9 @@
 // mutex; the memory cache has its own. They are never nested. The live-job count is an
 // atomic changed only under the in-flight mutex when it grows, so the ceiling holds.
 //
+// Cache files are written by one writer thread of their own after the job has
+// published the peaks, so that slow file creation never holds up decoding.
+//
 // Thread-safe: every public call may come from any thread. `waitUntilIdleWithTimeout`
 // blocks its caller and must not run on the GUI thread while jobs wait to notify it.
 #pragma once
@@ -69,6 +72,9 @@ public:
     // Polls every 10 ms until no job is left or the time is up; true when idle.
     bool waitUntilIdleWithTimeout(double seconds) const;
 
+    // Blocks until every cache file of a finished job is written (or failed to be).
+    void waitForDiskWrites();
+
     WaveformNotifier& notifier() const { return _notifier; }
     const WaveformDiskCache& diskCache() const { return _disk; }
 
@@ -95,6 +101,7 @@ private:
     std::atomic<std::size_t> _liveJobs{0};
     std::atomic<std::size_t> _runningJobs{0};
     QThreadPool _pool;
+    QThreadPool _diskWriter;
 };
 
 } // namespace qv

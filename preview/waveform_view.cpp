@@ -192,8 +192,11 @@ void QVWaveformView::paintEvent(QPaintEvent*)
             painter.drawText(QRectF(r.x() + 6, middle - 6, std::max(r.width() - 6, 0.0), r.height()),
                              Qt::AlignLeft | Qt::AlignTop, QStringLiteral("Loading waveform\u2026"));
         }
-    } else {
-        const qv::ThemeColors theme = qv::currentThemeColors();
+    }
+    if (_peaks.empty() && !_showsPlayhead) return;
+    // Read at every draw, so that a theme change shows at the next one.
+    const qv::ThemeColors theme = qv::currentThemeColors();
+    if (!_peaks.empty()) {
         const QColor unplayed = white(0.42);
         const double n = double(_peaks.size());
         const double pitch = r.width() / n;
@@ -207,7 +210,7 @@ void QVWaveformView::paintEvent(QPaintEvent*)
         }
     }
     if (_showsPlayhead) {
-        const QColor playhead = towardsWhite(qv::currentThemeColors().accent, 0.12);
+        const QColor playhead = towardsWhite(theme.accent, 0.12);
         painter.fillRect(QRectF(r.x() + r.width() * _progress, r.y(), 1, r.height()), playhead);
         if (diagnostics) {
             _diagnostics.lastDrawnProgress = _progress;
