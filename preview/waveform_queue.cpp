@@ -138,9 +138,17 @@ void WaveformQueue::runJob(Job& job)
         PeakDecode decoded = _decoder(job.path);
         if (decoded.peaks.size() == kPeakCount) {
             duration = decoded.durationSeconds;
-            // Creating a file costs more than decoding a short sample on some disks; the
-            // workers go on decoding while one writer catches up.
-            _diskWriter.start([this, key = job.key, written = decoded.peaks] { _disk.write(key, written); });
+            // Creating a file costs more than decoding a short sample on some disks, and
+            // the CPU it takes is the decoders'. One writer writes cache files while no
+            // job is live, or at once when too many wait.
+            ++_pendingWrites;
+            _diskWriter.start([this, key = job.key, written = decoded.peaks] {
+                while (_liveJobs.load() > 0 && _pendingWrites.load() < kMaxDeferredWrites) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                }
+                _disk.write(key, written);
+                --_pendingWrites;
+            });
             peaks = std::move(decoded.peaks);
         }
     }

@@ -13,7 +13,8 @@
 // atomic changed only under the in-flight mutex when it grows, so the ceiling holds.
 //
 // Cache files are written by one writer thread of their own after the job has
-// published the peaks, so that slow file creation never holds up decoding.
+// published the peaks, while no job is live (or at once past 4096 waiting files), so
+// that slow file creation never holds up decoding.
 //
 // Thread-safe: every public call may come from any thread. `waitUntilIdleWithTimeout`
 // blocks its caller and must not run on the GUI thread while jobs wait to notify it.
@@ -46,6 +47,8 @@ public:
     static constexpr std::size_t kMaxLiveJobs = 64;
     static constexpr int kOnScreenPriority = 8;
     static constexpr int kPreloadPriority = -4;
+    // Cache files waiting for the decoders to go idle; beyond this they are written at once.
+    static constexpr std::size_t kMaxDeferredWrites = 4096;
 
     // The application's queue: libsndfile, the user's cache folder, the shared notifier,
     // the debug flag from QUORVALINDER_WAVEFORM_DEBUG (set to anything). Never destroyed.
@@ -100,6 +103,7 @@ private:
 
     std::atomic<std::size_t> _liveJobs{0};
     std::atomic<std::size_t> _runningJobs{0};
+    std::atomic<std::size_t> _pendingWrites{0};
     QThreadPool _pool;
     QThreadPool _diskWriter;
 };
