@@ -38,7 +38,7 @@ bool QVPlayheadDiagnostics::enabledInEnvironment()
 QString QVPlayheadDiagnostics::defaultLogPath()
 {
     QString state = qEnvironmentVariable("XDG_STATE_HOME");
-    // The base directory specification says a relative value is to be ignored.
+    // XDG base directories: a relative value is to be ignored.
     if (state.isEmpty() || QDir::isRelativePath(state)) state = QDir::homePath() + QStringLiteral("/.local/state");
     return state + QStringLiteral("/Quorvalinder/playhead-diagnostics.log");
 }

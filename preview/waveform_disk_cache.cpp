@@ -90,8 +90,6 @@ QByteArray peaksToPropertyList(const std::vector<float>& peaks)
     writer.setAutoFormatting(true);
     writer.setAutoFormattingIndent(-1);
     writer.writeStartDocument();
-    writer.writeDTD(QStringLiteral("<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-                                   "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">"));
     writer.writeStartElement(QStringLiteral("plist"));
     writer.writeAttribute(QStringLiteral("version"), QStringLiteral("1.0"));
     writer.writeStartElement(QStringLiteral("array"));

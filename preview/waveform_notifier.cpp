@@ -23,7 +23,7 @@ WaveformNotifier::WaveformNotifier(QObject* parent)
 QVariantMap WaveformNotifier::decoderRejectedError()
 {
     return {{QStringLiteral("domain"), QStringLiteral("QuorvalinderWaveform")},
-            {QStringLiteral("description"), QStringLiteral("Audio decoder rejected the file")}};
+            {QStringLiteral("message"), QStringLiteral("Audio decoder rejected the file")}};
 }
 
 // Queued even when already on the GUI thread, so that a request never re-enters its

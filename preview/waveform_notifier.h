@@ -5,7 +5,7 @@
 //   QVWaveformCacheDidUpdate     {"key": cache key}                  192 peaks are cached
 //   QVWaveformCacheDidFail       {"key": cache key, "error": error}  a decode failed
 //   QVWaveformDurationDidUpdate  {"duration": seconds (double)}      a real decode measured it
-// "error" is a map {"domain": "QuorvalinderWaveform", "description": "Audio decoder
+// "error" is a map {"domain": "QuorvalinderWaveform", "message": "Audio decoder
 // rejected the file"}.
 //
 // The object lives on the GUI thread, and `post*` may be called from any thread: the

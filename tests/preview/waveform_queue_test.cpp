@@ -135,7 +135,7 @@ TEST_F(WaveformQueueTest, NotificationsArriveOnTheGuiThreadAndFailuresAreNeverRe
     EXPECT_EQ(failures[0].second.value("key"), key("/bad.wav"));
     const QVariantMap error = failures[0].second.value("error").toMap();
     EXPECT_EQ(error.value("domain"), "QuorvalinderWaveform");
-    EXPECT_EQ(error.value("description"), "Audio decoder rejected the file");
+    EXPECT_EQ(error.value("message"), "Audio decoder rejected the file");
     ASSERT_EQ(durations.size(), 1);
     EXPECT_EQ(durations[0].first, "/good.wav");
     EXPECT_EQ(durations[0].second.value("duration").toDouble(), 2.5);
