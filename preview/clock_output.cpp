@@ -21,7 +21,8 @@ void ClockOutput::close()
 
 double ClockOutput::writtenSeconds() const
 {
-    const int bytesPerSecond = _format.bytesPerFrame() * _format.sampleRate;
+    // In double: a header may claim any rate, and the product overflows an int.
+    const double bytesPerSecond = double(_format.bytesPerFrame()) * _format.sampleRate;
     return bytesPerSecond > 0 ? double(_writtenBytes) / bytesPerSecond : 0.0;
 }
 

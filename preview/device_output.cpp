@@ -92,7 +92,7 @@ std::int64_t DeviceOutput::write(const char* data, std::int64_t bytes)
 double DeviceOutput::playedSeconds() const
 {
     if (!_sink) return 0;
-    const int bytesPerSecond = _format.bytesPerFrame() * _format.sampleRate;
+    const double bytesPerSecond = double(_format.bytesPerFrame()) * _format.sampleRate;
     const double written = bytesPerSecond > 0 ? double(_writtenBytes) / bytesPerSecond : 0.0;
     return std::min(double(_sink->processedUSecs()) / 1e6, written);
 }
