@@ -16,5 +16,6 @@ void addInspectCommand(CLI::App& app, CliContext& context);
 void addSearchCommands(CLI::App& app, CliContext& context);
 void addEditCommands(CLI::App& app, CliContext& context);
 void addPlaylistCommands(CLI::App& app, CliContext& context);
+void addPeaksCommand(CLI::App& app, CliContext& context);
 
 } // namespace qv::cli

@@ -27,6 +27,7 @@ int main(int argc, char** argv)
     qv::cli::addSearchCommands(app, context);
     qv::cli::addEditCommands(app, context);
     qv::cli::addPlaylistCommands(app, context);
+    qv::cli::addPeaksCommand(app, context);
 
     try {
         // CLI11 would only say that a command is required; name the word it did not know.

@@ -27,9 +27,11 @@ if [[ ! -f "$dir/build.ninja" ]]; then
   CC=clang CXX=clang++ cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DQV_FUZZ=ON -DQV_SANITIZE=ON -DQV_BUILD_TESTS=OFF -DQV_BUILD_BENCH=OFF >/dev/null
 fi
-cmake --build "$dir" --parallel "$(nproc)" --target qv_fuzz_analyze qv_fuzz_names qv_fuzz_search qv_fuzz_fts
+cmake --build "$dir" --parallel "$(nproc)" --target qv_fuzz_analyze qv_fuzz_names qv_fuzz_search qv_fuzz_fts \
+  qv_fuzz_peaks qv_fuzz_player
 
-# The analyze target writes each input to a scratch file, the fts target its index.
+# The analyze, peaks and player targets write each input to a scratch file, the fts
+# target its index.
 export TMPDIR=$dir/tmp
 mkdir -p "$TMPDIR"
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
@@ -61,4 +63,6 @@ run analyze wave.dict
 run names names.dict
 run search search.dict
 run fts fts.dict
+run peaks wave.dict
+run player wave.dict
 exit $failed
