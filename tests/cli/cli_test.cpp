@@ -100,6 +100,7 @@ TEST_F(CliTest, ScanLibrariesSearchAndTreeAnswerInJsonOrText)
     ASSERT_EQ(libraries.size(), 1u);
     EXPECT_EQ(libraries[0]["path"], _root.string());
     EXPECT_EQ(libraries[0]["sampleCount"], 5);
+    EXPECT_EQ(libraries[0]["available"], true);
     const std::string library = libraries[0]["id"].dump();
     EXPECT_EQ(cliJson({"label", library, "  Crate 'One' "})["displayLabel"], "Crate 'One'");
 
@@ -127,6 +128,12 @@ TEST_F(CliTest, ScanLibrariesSearchAndTreeAnswerInJsonOrText)
     const json tree = cliJson({"tree"});
     EXPECT_EQ(tree["path"], _root.string());
     EXPECT_EQ(tree["children"][2]["children"][0]["path"], folder("Trap/Drums"));
+
+    // A scan that finds the folder gone marks the library offline, and says so.
+    fs::rename(_root, _dir / "Unplugged");
+    EXPECT_EQ(cli({"scan", _root.string()}).status, 1);
+    EXPECT_EQ(cliJson({"libraries"})[0]["available"], false);
+    EXPECT_NE(cli({"libraries"}).out.find("  offline  " + _root.string()), std::string::npos);
 
     EXPECT_EQ(cliJson({"remove-library", library})["removed"]["id"].dump(), library);
     EXPECT_TRUE(cliJson({"libraries"}).empty());
@@ -217,6 +224,53 @@ TEST_F(CliTest, InspectExplainsTheTypeAndKeepsNonUtf8NamesLossless)
     EXPECT_TRUE(both[1]["structure"].is_null());
     EXPECT_EQ(both[1]["filename"], "Loop_140BPM_Am \xEF\xBF\xBDt\xEF\xBF\xBD.mid");
     EXPECT_EQ(both[1]["filenameBase64"], "TG9vcF8xNDBCUE1fQW0g6XTpLm1pZA==");
+}
+
+// 19200 mono frames at 9600 Hz, silent but for frame 9600 (bucket 96) at -0.5.
+void writeClick(const fs::path& path)
+{
+    std::vector<float> frames(19200, 0.0f);
+    frames[9600] = -0.5f;
+    qv::testkit::WaveSpec spec;
+    spec.sampleRate = 9600;
+    qv::testkit::writeWave(path, frames, spec);
+}
+
+TEST_F(CliTest, PeaksPrintsPeaksAndDurationOrTheDecodersReasonAndExitsOneOnAnyFailure)
+{
+    const qv::testkit::TempDir& dir = _dir;
+    const fs::path click = dir / "Click 1.wav";
+    writeClick(click);
+    const fs::path odd = dir / std::string("caf\xE9.wav");
+    writeClick(odd);
+    qv::testkit::writeFile(dir / "notes.wav", "these are not samples");
+
+    auto run = cli({"--json", "peaks", click.string()});
+    ASSERT_EQ(run.status, 0) << run.err;
+    json one = json::parse(run.out);
+    EXPECT_EQ(one["path"], click.string());
+    EXPECT_EQ(one["duration"], 2.0);
+    ASSERT_EQ(one["peaks"].size(), 192u);
+    for (int i = 0; i < 192; ++i) EXPECT_EQ(one["peaks"][i], i == 96 ? 1.0 : 0.0) << i;
+    EXPECT_FALSE(fs::exists(_db)) << "peaks never opens the index";
+
+    run = cli({"--json", "peaks", odd.string(), (dir / "notes.wav").string(), (dir / "missing.wav").string()});
+    EXPECT_EQ(run.status, 1);
+    json several = json::parse(run.out);
+    ASSERT_TRUE(several.is_array());
+    ASSERT_EQ(several.size(), 3u);
+    EXPECT_EQ(several[0]["path"], (dir / "caf\xEF\xBF\xBD.wav").string());
+    EXPECT_TRUE(several[0].contains("pathBase64"));
+    EXPECT_EQ(several[0]["peaks"], one["peaks"]);
+    for (int i : {1, 2}) {
+        EXPECT_FALSE(several[i].contains("peaks"));
+        EXPECT_FALSE(several[i]["error"].get<std::string>().empty());
+    }
+    EXPECT_NE(run.err.find("notes.wav: "), std::string::npos) << run.err;
+
+    run = cli({"peaks", click.string()});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out.rfind(click.string() + "\n  duration: 2.0 s\n  peaks: 0.0 0.0 ", 0), 0u) << run.out;
 }
 
 } // namespace

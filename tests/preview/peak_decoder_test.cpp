@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using qv::test::makeFrames;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 using qv::test::writeSound;
 
 TEST(PeakDecoder, HundredFramesSpreadOverTheBucketsByTheIntegerRule)
@@ -108,18 +108,18 @@ TEST(PeakDecoder, BrokenFilesFailWithAReasonAndTruncatedOnesKeepWhatWasRead)
     // The header still claims a second; only the first half-second of data is there.
     std::ifstream in(dir / "whole.wav", std::ios::binary);
     std::string bytes((std::istreambuf_iterator<char>(in)), {});
-    qv::test::writeFile(dir / "truncated.wav", bytes.substr(0, 44 + 22050 * 4));
+    qv::testkit::writeFile(dir / "truncated.wav", bytes.substr(0, 44 + 22050 * 4));
     const auto truncated = qv::decodePeaks(dir / "truncated.wav");
     ASSERT_EQ(truncated.peaks.size(), 192u) << truncated.error;
     EXPECT_FLOAT_EQ(truncated.peaks[0], 1.0f);
     EXPECT_NEAR(truncated.durationSeconds, 0.5, 0.01);
 
     writeSound(dir / "empty.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 2, {});
-    qv::test::writeFile(dir / "noise.wav", std::string(4000, '\x5a'));
-    qv::test::writeFile(dir / "zero.wav", "");
+    qv::testkit::writeFile(dir / "noise.wav", std::string(4000, '\x5a'));
+    qv::testkit::writeFile(dir / "zero.wav", "");
     std::string corruptHeader = bytes;
     corruptHeader.replace(8, 4, "JUNK");
-    qv::test::writeFile(dir / "corrupt.wav", corruptHeader);
+    qv::testkit::writeFile(dir / "corrupt.wav", corruptHeader);
     fs::create_directory(dir / "folder.wav");
     for (const char* name : {"empty.wav", "noise.wav", "zero.wav", "corrupt.wav", "folder.wav", "missing.wav"}) {
         SCOPED_TRACE(name);

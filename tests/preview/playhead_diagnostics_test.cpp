@@ -15,7 +15,7 @@
 namespace {
 
 using qv::test::qpath;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 
 QString readText(const std::filesystem::path& path)
 {

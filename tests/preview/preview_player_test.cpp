@@ -19,7 +19,7 @@ namespace {
 
 using qv::PreviewPlayer;
 using qv::test::qpath;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 
 std::unique_ptr<PreviewPlayer> clockPlayer(const std::filesystem::path& path, QString* error = nullptr)
 {
@@ -115,7 +115,7 @@ TEST(PreviewPlayer, FilesThatCannotPlaySayWhy)
     EXPECT_FALSE(clockPlayer(dir / "missing.wav", &error));
     EXPECT_FALSE(error.isEmpty());
     error.clear();
-    qv::test::writeFile(dir / "text.wav", "not audio at all, just text");
+    qv::testkit::writeFile(dir / "text.wav", "not audio at all, just text");
     EXPECT_FALSE(clockPlayer(dir / "text.wav", &error));
     EXPECT_FALSE(error.isEmpty());
 
@@ -136,7 +136,7 @@ TEST(PreviewPlayer, FilesThatCannotPlaySayWhy)
     std::ifstream in(dir / "good.flac", std::ios::binary);
     std::string bytes((std::istreambuf_iterator<char>(in)), {});
     for (std::size_t i = bytes.size() / 3; i < bytes.size(); ++i) bytes[i] = char(i * 7919 % 251);
-    qv::test::writeFile(dir / "broken.flac", bytes);
+    qv::testkit::writeFile(dir / "broken.flac", bytes);
     auto broken = clockPlayer(dir / "broken.flac");
     ASSERT_TRUE(broken);
     ASSERT_TRUE(broken->prepareToPlay());

@@ -10,7 +10,7 @@
 int main(int argc, char** argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    const qv::test::TempDir settings;
+    const qv::testkit::TempDir settings;
     const QString settingsPath = QString::fromStdString(settings.path().string());
     qputenv("XDG_CONFIG_HOME", settingsPath.toUtf8());
     qputenv("XDG_CACHE_HOME", (settingsPath + "/cache").toUtf8());

@@ -21,7 +21,7 @@ namespace {
 
 using qv::PreviewPlayer;
 using qv::test::qpath;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 
 void writeTone(const std::filesystem::path& path, double seconds, int rate, int channels)
 {

@@ -18,7 +18,7 @@
 namespace {
 
 using qv::test::qpath;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 
 TEST(WaveformCacheKey, KeyTextAndFileNameAreStable)
 {

@@ -18,7 +18,7 @@ namespace {
 
 using qv::test::HeldDecoder;
 using qv::test::qpath;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 
 QStringList gLog;
 void captureLog(QtMsgType, const QMessageLogContext&, const QString& message)

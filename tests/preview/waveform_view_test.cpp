@@ -19,7 +19,7 @@ namespace {
 
 using qv::test::HeldDecoder;
 using qv::test::qpath;
-using qv::test::TempDir;
+using qv::testkit::TempDir;
 
 // 586 × 40: the inset rectangle is 576 × 30, so each of the 192 bars has a pitch of
 // exactly 3 pixels (bar i covers columns 5 + 3i and 6 + 3i) and the middle row is 20.
