@@ -16,56 +16,47 @@ using qv::StrategyFacts;
 // failing test elsewhere: its thresholds are pinned here.
 TEST(SearchStrategy, ChoosesByTheQueryAndWhatThePlanKnows)
 {
-    const auto text = [](std::string t) {
+    const auto query = [](auto&& set) {
         SearchQuery q;
-        q.text = std::move(t);
         q.limit = 50;
+        set(q);
         return q;
     };
-    SearchQuery byName;
-    byName.type = "Loop";
-    byName.limit = 50;
-    SearchQuery deep = byName;
-    deep.offset = 400000;
-    SearchQuery tempo;
-    tempo.bpm = 120;
-    tempo.limit = 50;
-    SearchQuery duration = byName;
-    duration.sortByDuration = true;
-    SearchQuery favorites = text("kick");
-    favorites.favoritesOnly = true;
-    SearchQuery key;
-    key.key = "A minor";
-    key.limit = 50;
-    SearchQuery none = byName;
-    none.limit = 0;
+    const SearchQuery all = query([](SearchQuery&) {});
+    const SearchQuery loops = query([](SearchQuery& q) { q.type = "Loop"; });
+    const SearchQuery deep = query([](SearchQuery& q) { q.type = "Loop", q.offset = 400000; });
+    const SearchQuery kick = query([](SearchQuery& q) { q.text = "kick"; });
+    const SearchQuery tempo = query([](SearchQuery& q) { q.bpm = 120; });
+    const SearchQuery longest = query([](SearchQuery& q) { q.type = "Loop", q.sortByDuration = true; });
+    const SearchQuery loved = query([](SearchQuery& q) { q.text = "kick", q.favoritesOnly = true; });
+    const SearchQuery key = query([](SearchQuery& q) { q.key = "A minor"; });
+    const SearchQuery none = query([](SearchQuery& q) { q.type = "Loop", q.limit = 0; });
 
     const StrategyFacts dense{.keysListed = true, .matches = 300000, .highestId = 1000000};
     const StrategyFacts rare{.keysListed = true, .matches = 900, .highestId = 1000000};
-    const StrategyFacts manyWords{.matches = 73000, .highestId = 1000000, .fullTextMatches = 73000};
-    const StrategyFacts fewWords{.matches = 800, .highestId = 1000000, .fullTextMatches = 800};
-    const StrategyFacts mostlyOffline{.matches = 5000, .highestId = 1000000, .fullTextMatches = 5000,
-                                      .excludedRows = 600000};
     const StrategyFacts unlisted{.matches = 300000, .highestId = 1000000};
     const StrategyFacts rowText{.keysListed = true, .rowText = true, .matches = 200, .highestId = 1000000};
-
+    const auto words = [](std::size_t n, std::int64_t excluded = 0) {
+        return StrategyFacts{.matches = 1, .highestId = 1000000, .fullTextMatches = n, .excludedRows = excluded};
+    };
     const struct {
         SearchQuery query;
         StrategyFacts facts;
         const char* expected;
     } cases[] = {
-        {SearchQuery{}, dense, "count visible; page statement, walks idx_samples_visible_name"},
-        {byName, dense, "count statement; page statement, walks idx_samples_visible_name"},
-        {byName, rare, "count statement; page statement"},
+        {all, dense, "count visible; page statement, walks idx_samples_visible_name"},
+        {loops, dense, "count statement; page statement, walks idx_samples_visible_name"},
+        {loops, rare, "count statement; page statement"},
         {deep, dense, "count statement; page statement"},
-        {text("kick"), manyWords, "count listed; page ranked groups, from idx_samples_visible_id"},
-        {text("kick"), fewWords, "count looked up; page among matches, from idx_samples_visible_id"},
-        {text("kick"), mostlyOffline, "count looked up; page among matches, from idx_samples_visible_id"},
+        {kick, words(73000), "count listed; page ranked groups, from idx_samples_visible_id"},
+        {kick, words(1000), "count looked up; page among matches, from idx_samples_visible_id"},
+        {kick, words(5000, 40000), "count looked up; page among matches, from idx_samples_visible_id"},
+        {kick, words(5001, 40000), "count listed; page ranked groups, from idx_samples_visible_id"},
         {tempo, dense, "count statement; page tempo groups, walks idx_samples_visible_bpm"},
         {tempo, rare, "count statement; page statement, from idx_samples_visible_bpm"},
-        {duration, dense, "count statement; page segmented, walks idx_samples_visible_duration"},
-        {duration, rare, "count statement; page segmented"},
-        {favorites, rowText, "count statement; page statement, text row by row, from idx_samples_visible_favorite"},
+        {longest, dense, "count statement; page segmented, walks idx_samples_visible_duration"},
+        {longest, rare, "count statement; page segmented"},
+        {loved, rowText, "count statement; page statement, text row by row, from idx_samples_visible_favorite"},
         {key, rare, "count statement; page statement, from idx_samples_visible_key"},
         {key, unlisted, "count statement; page statement, walks idx_samples_visible_name"},
         {none, dense, "count statement; page empty"},
