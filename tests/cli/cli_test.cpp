@@ -1,6 +1,7 @@
 // The built quorvalinder-cli in a subprocess, as a user runs it: its arguments, the shape
 // of its JSON and text, its exit status and messages. What the core does with a request
 // is the core suites' business.
+#include "support/files.h"
 #include "temp_dir.h"
 #include "wave_writer.h"
 
@@ -8,8 +9,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <sys/wait.h>
 
 namespace {
@@ -60,9 +59,7 @@ protected:
         FILE* pipe = ::popen(command.c_str(), "r");
         for (int c; (c = std::fgetc(pipe)) != EOF;) run.out += static_cast<char>(c);
         run.status = WEXITSTATUS(::pclose(pipe));
-        std::ostringstream err;
-        err << std::ifstream(errFile).rdbuf();
-        run.err = err.str();
+        run.err = qv::test::readFile(errFile);
         return run;
     }
 
@@ -105,14 +102,10 @@ TEST_F(CliTest, ScanLibrariesSearchAndTreeAnswerInJsonOrText)
     EXPECT_EQ(cliJson({"label", library, "  Crate 'One' "})["displayLabel"], "Crate 'One'");
 
     // Pages count from 1; past the end is empty, not an error.
-    const json page = cliJson({"search", "--page-size", "2", "--page", "3"});
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : page.items()) keys.push_back(key);
-    EXPECT_EQ(keys, (std::vector<std::string>{"count", "page", "pageCount", "rows"}));
-    EXPECT_EQ(page["count"], 5);
-    EXPECT_EQ(page["page"], 3);
-    EXPECT_EQ(page["pageCount"], 3);
+    json page = cliJson({"search", "--page-size", "2", "--page", "3"});
     EXPECT_EQ(page["rows"].size(), 1u);
+    page.erase("rows");
+    EXPECT_EQ(page, json::parse(R"({"count": 5, "page": 3, "pageCount": 3})"));
     EXPECT_TRUE(cliJson({"search", "--page-size", "2", "--page", "4"})["rows"].empty());
     // Folder spellings are normalised before they reach the path prefix test.
     EXPECT_EQ(cliJson({"search", "--folder", folder("Trap/./Drums/")})["count"], 3);
@@ -226,24 +219,14 @@ TEST_F(CliTest, InspectExplainsTheTypeAndKeepsNonUtf8NamesLossless)
     EXPECT_EQ(both[1]["filenameBase64"], "TG9vcF8xNDBCUE1fQW0g6XTpLm1pZA==");
 }
 
-// 19200 mono frames at 9600 Hz, silent but for frame 9600 (bucket 96) at -0.5.
-void writeClick(const fs::path& path)
-{
-    std::vector<float> frames(19200, 0.0f);
-    frames[9600] = -0.5f;
-    qv::testkit::WaveSpec spec;
-    spec.sampleRate = 9600;
-    qv::testkit::writeWave(path, frames, spec);
-}
-
 TEST_F(CliTest, PeaksPrintsPeaksAndDurationOrTheDecodersReasonAndExitsOneOnAnyFailure)
 {
-    const qv::testkit::TempDir& dir = _dir;
-    const fs::path click = dir / "Click 1.wav";
-    writeClick(click);
-    const fs::path odd = dir / std::string("caf\xE9.wav");
-    writeClick(odd);
-    qv::testkit::writeFile(dir / "notes.wav", "these are not samples");
+    const fs::path click = _dir / "Click 1.wav", odd = _dir / std::string("caf\xE9.wav");
+    // 19200 mono frames at 9600 Hz, silent but for frame 9600 (bucket 96) at -0.5.
+    std::vector<float> frames(19200, 0.0f);
+    frames[9600] = -0.5f;
+    for (const auto& path : {click, odd}) qv::testkit::writeWave(path, frames, {.sampleRate = 9600});
+    qv::testkit::writeFile(_dir / "notes.wav", "these are not samples");
 
     auto run = cli({"--json", "peaks", click.string()});
     ASSERT_EQ(run.status, 0) << run.err;
@@ -254,12 +237,12 @@ TEST_F(CliTest, PeaksPrintsPeaksAndDurationOrTheDecodersReasonAndExitsOneOnAnyFa
     for (int i = 0; i < 192; ++i) EXPECT_EQ(one["peaks"][i], i == 96 ? 1.0 : 0.0) << i;
     EXPECT_FALSE(fs::exists(_db)) << "peaks never opens the index";
 
-    run = cli({"--json", "peaks", odd.string(), (dir / "notes.wav").string(), (dir / "missing.wav").string()});
+    run = cli({"--json", "peaks", odd.string(), (_dir / "notes.wav").string(), (_dir / "missing.wav").string()});
     EXPECT_EQ(run.status, 1);
     json several = json::parse(run.out);
     ASSERT_TRUE(several.is_array());
     ASSERT_EQ(several.size(), 3u);
-    EXPECT_EQ(several[0]["path"], (dir / "caf\xEF\xBF\xBD.wav").string());
+    EXPECT_EQ(several[0]["path"], (_dir / "caf\xEF\xBF\xBD.wav").string());
     EXPECT_TRUE(several[0].contains("pathBase64"));
     EXPECT_EQ(several[0]["peaks"], one["peaks"]);
     for (int i : {1, 2}) {

@@ -1,17 +1,12 @@
-#include "db/database.h"
 #include "database_access.h"
 #include "db/migrations.h"
-#include "raw_db.h"
-#include "temp_dir.h"
-
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <sstream>
+#include "support/files.h"
+#include "support/index_test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using qv::test::readFile;
 using qv::testkit::RawDb;
 using qv::testkit::TempDir;
 
@@ -35,25 +30,18 @@ void buildDatabaseAtVersion(const fs::path& file, int version)
     if (version >= 2) raw.exec("INSERT INTO app_metadata(key,value) VALUES('library_label:1','Main');");
 }
 
-std::string readAll(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
+class DatabaseMigration : public ::testing::Test {
+protected:
+    TempDir _dir;
+    fs::path _file = _dir / "quorvalinder.db";
+    fs::path _backup = _dir / "quorvalinder.db.pre-v5-backup";
+};
 
-fs::path backupOf(const fs::path& file)
+TEST_F(DatabaseMigration, NewDatabaseInMissingFoldersIsCurrentWithoutABackup)
 {
-    return fs::path(file.string() + ".pre-v5-backup");
-}
-
-TEST(DatabaseMigration, NewDatabaseInMissingFoldersIsCurrentWithoutABackup)
-{
-    TempDir dir;
-    const auto file = dir / "a/b c/quorvalinder.db";
+    const auto file = _dir / "a/b c/quorvalinder.db";
     { qv::Database db(file); }
-    EXPECT_FALSE(fs::exists(backupOf(file)));
+    EXPECT_FALSE(fs::exists(file.string() + ".pre-v5-backup"));
 
     RawDb raw(file);
     EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
@@ -71,12 +59,10 @@ TEST(DatabaseMigration, NewDatabaseInMissingFoldersIsCurrentWithoutABackup)
 // Genre and playlist rows follow their sample even through a connection without foreign
 // keys (the search counts members without looking each up), and rows such a connection
 // left behind before are removed on open, the rest kept.
-TEST(DatabaseMigration, MembershipRowsNeverOutliveTheirSample)
+TEST_F(DatabaseMigration, MembershipRowsNeverOutliveTheirSample)
 {
-    TempDir dir;
-    const auto file = dir / "quorvalinder.db";
-    { qv::Database db(file); }
-    RawDb raw(file); // foreign keys off
+    { qv::Database db(_file); }
+    RawDb raw(_file); // foreign keys off
     raw.exec("INSERT INTO libraries(id,path) VALUES(1,'/l'); INSERT INTO samples(id,path,filename,library_id,"
              "file_size,modified_at) VALUES(1,'/l/a.wav','a.wav',1,1,1),(2,'/l/b.wav','b.wav',1,1,1); INSERT INTO "
              "playlists(id,name) VALUES(1,'p'); INSERT INTO sample_genres(sample_id,genre) VALUES(1,'House'),"
@@ -96,7 +82,7 @@ TEST(DatabaseMigration, MembershipRowsNeverOutliveTheirSample)
     raw.exec("DROP TRIGGER sample_genres_sample_bi; DROP TRIGGER playlist_items_sample_bi; INSERT INTO "
              "sample_genres(sample_id,genre) VALUES(9,'Techno'); INSERT INTO playlist_items(playlist_id,sample_id) "
              "VALUES(1,9),(1,NULL)");
-    { qv::Database db(file); }
+    { qv::Database db(_file); }
     EXPECT_EQ(members(9), 0);
     EXPECT_EQ(members(2), 2);
     EXPECT_EQ(raw.integer("SELECT count(*) FROM playlist_items WHERE sample_id IS NULL"), 1);
@@ -104,7 +90,7 @@ TEST(DatabaseMigration, MembershipRowsNeverOutliveTheirSample)
 
 // Every older version: a backup exactly for 1-4 holding the old content, data carried
 // over, and a second open changes nothing.
-TEST(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToVersion5)
+TEST_F(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToVersion5)
 {
     for (int version = 0; version <= 4; ++version) {
         SCOPED_TRACE("from version " + std::to_string(version));
@@ -113,7 +99,7 @@ TEST(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToVersion5)
         buildDatabaseAtVersion(file, version);
 
         { qv::Database db(file); }
-        const auto backup = backupOf(file);
+        const fs::path backup = file.string() + ".pre-v5-backup";
         ASSERT_EQ(fs::exists(backup), version >= 1);
 
         RawDb raw(file);
@@ -136,77 +122,55 @@ TEST(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToVersion5)
             EXPECT_EQ(raw.text("SELECT value FROM app_metadata WHERE key='library_label:1'"), "Main");
         }
 
-        const std::string backupBytes = version >= 1 ? readAll(backup) : "";
+        const std::string backupBytes = readFile(backup);
         { qv::Database again(file); }
         EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
-        if (version >= 1) {
-            EXPECT_EQ(readAll(backup), backupBytes);
-        }
+        EXPECT_EQ(readFile(backup), backupBytes);
     }
 }
 
-TEST(DatabaseMigration, AnExistingBackupIsNeverOverwritten)
+TEST_F(DatabaseMigration, AnExistingBackupIsNeverOverwritten)
 {
-    TempDir dir;
-    const auto file = dir / "quorvalinder.db";
-    buildDatabaseAtVersion(file, 4);
-    qv::testkit::writeFile(backupOf(file), "an older backup");
-
-    { qv::Database db(file); }
-    EXPECT_EQ(readAll(backupOf(file)), "an older backup");
-    RawDb raw(file);
-    EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
+    buildDatabaseAtVersion(_file, 4);
+    qv::testkit::writeFile(_backup, "an older backup");
+    { qv::Database db(_file); }
+    EXPECT_EQ(readFile(_backup), "an older backup");
+    EXPECT_EQ(RawDb(_file).integer("SELECT version FROM schema_version"), 5);
 }
 
 // A backup that cannot be written stops the migration before any script runs.
-TEST(DatabaseMigration, FailedBackupLeavesTheDatabaseUntouched)
+TEST_F(DatabaseMigration, FailedBackupLeavesTheDatabaseUntouched)
 {
-    TempDir dir;
-    const auto file = dir / "quorvalinder.db";
-    buildDatabaseAtVersion(file, 3);
+    buildDatabaseAtVersion(_file, 3);
     // A dangling link into a folder that does not exist: the path reads as absent, but
     // nothing can be written through it.
-    fs::create_symlink(dir / "no such folder/backup", backupOf(file));
-
-    try {
-        qv::Database db(file);
-        FAIL() << "opening must fail";
-    } catch (const std::runtime_error& error) {
-        const std::string message = error.what();
-        EXPECT_TRUE(message == "Could not create migration backup" || message == "Could not complete migration backup")
-            << message;
-    }
-    RawDb raw(file);
+    fs::create_symlink(_dir / "no such folder/backup", _backup);
+    const std::string message = qv::test::errorOf([&] { qv::Database db(_file); });
+    EXPECT_TRUE(message == "Could not create migration backup" || message == "Could not complete migration backup")
+        << message;
+    RawDb raw(_file);
     EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 3);
     EXPECT_EQ(raw.integer("SELECT count(*) FROM pragma_table_info('samples') WHERE name='auto_type'"), 0);
     EXPECT_EQ(raw.integer("SELECT count(*) FROM samples"), 2);
-    EXPECT_FALSE(fs::exists(dir / "no such folder"));
+    EXPECT_FALSE(fs::exists(_dir / "no such folder"));
 }
 
-TEST(DatabaseMigration, OpeningSomethingThatIsNotADatabaseFails)
+TEST_F(DatabaseMigration, OpeningSomethingThatIsNotADatabaseFails)
 {
-    TempDir dir;
-    const auto file = dir / "quorvalinder.db";
-    qv::testkit::writeFile(file, std::string(4096, 'x'));
-    EXPECT_THROW(qv::Database db(file), std::runtime_error);
-    EXPECT_EQ(readAll(file), std::string(4096, 'x'));
-
-    fs::create_directories(dir / "folder.db");
-    EXPECT_THROW(qv::Database db(dir / "folder.db"), std::runtime_error);
+    qv::testkit::writeFile(_file, std::string(4096, 'x'));
+    EXPECT_THROW(qv::Database db(_file), std::runtime_error);
+    EXPECT_EQ(readFile(_file), std::string(4096, 'x'));
+    fs::create_directories(_dir / "folder.db");
+    EXPECT_THROW(qv::Database db(_dir / "folder.db"), std::runtime_error);
 }
 
 // The rank function must be registered as deterministic: only then may an index use it.
-TEST(DatabaseMigration, RankFunctionIsRegisteredAsDeterministic)
+TEST_F(DatabaseMigration, RankFunctionIsRegisteredAsDeterministic)
 {
-    TempDir dir;
-    qv::Database db(dir / "quorvalinder.db");
+    qv::Database db(_file);
     EXPECT_NO_THROW(qv::DatabaseTestAccess::exec(db, "CREATE INDEX probe ON samples(qv_filename_search_rank(filename,'kick')); DROP INDEX probe;"));
-    try {
-        qv::DatabaseTestAccess::exec(db, "SELECT no_such_function()");
-        FAIL();
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "no such function: no_such_function");
-    }
+    EXPECT_EQ(qv::test::errorOf([&] { qv::DatabaseTestAccess::exec(db, "SELECT no_such_function()"); }),
+              "no such function: no_such_function");
 }
 
 } // namespace
