@@ -2,6 +2,7 @@
 #include "peak_builder.h"
 #include "peak_decoder.h"
 #include "sound_files.h"
+#include "support/files.h"
 #include "temp_dir.h"
 
 #include <sndfile.h>
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 
 namespace {
 
@@ -19,7 +19,7 @@ using qv::test::makeFrames;
 using qv::testkit::TempDir;
 using qv::test::writeSound;
 
-TEST(PeakDecoder, HundredFramesSpreadOverTheBucketsByTheIntegerRule)
+TEST(PeakDecoder, FramesSpreadOverTheBucketsByTheIntegerRuleAndSilenceStaysZero)
 {
     TempDir dir;
     // Frame 50 is the loudest; the others are at 0.1 of it.
@@ -27,21 +27,14 @@ TEST(PeakDecoder, HundredFramesSpreadOverTheBucketsByTheIntegerRule)
                makeFrames(100, 1, [](long p, int) { return p == 50 ? -0.8f : 0.08f; }));
     const auto result = qv::decodePeaks(dir / "short.wav");
     ASSERT_EQ(result.peaks.size(), 192u) << result.error;
-
     // Frame p lands in bucket p × 192 / 100: 0→0, 1→1, 2→3, 50→96, 99→190.
-    EXPECT_FLOAT_EQ(result.peaks[0], 0.1f);
-    EXPECT_FLOAT_EQ(result.peaks[1], 0.1f);
-    EXPECT_FLOAT_EQ(result.peaks[2], 0.0f);
-    EXPECT_FLOAT_EQ(result.peaks[96], 1.0f);
-    EXPECT_FLOAT_EQ(result.peaks[190], 0.1f);
-    EXPECT_FLOAT_EQ(result.peaks[191], 0.0f);
+    for (const auto& [bucket, peak] : std::vector<std::pair<int, float>>{{0, 0.1f}, {1, 0.1f}, {2, 0}, {96, 1},
+                                                                       {190, 0.1f}, {191, 0}}) {
+        EXPECT_FLOAT_EQ(result.peaks[std::size_t(bucket)], peak) << bucket;
+    }
     EXPECT_EQ(std::count(result.peaks.begin(), result.peaks.end(), 0.0f), 92);
     EXPECT_DOUBLE_EQ(result.durationSeconds, 100.0 / 44100);
-}
 
-TEST(PeakDecoder, SilenceStaysZeroAndOneLoudFrameIsTheOnlyPeak)
-{
-    TempDir dir;
     writeSound(dir / "silence.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 2,
                makeFrames(96000, 2, [](long, int) { return 0.0f; }));
     const auto silence = qv::decodePeaks(dir / "silence.wav");
@@ -106,8 +99,7 @@ TEST(PeakDecoder, BrokenFilesFailWithAReasonAndTruncatedOnesKeepWhatWasRead)
     writeSound(dir / "whole.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 2, whole);
 
     // The header still claims a second; only the first half-second of data is there.
-    std::ifstream in(dir / "whole.wav", std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    const std::string bytes = qv::test::readFile(dir / "whole.wav");
     qv::testkit::writeFile(dir / "truncated.wav", bytes.substr(0, 44 + 22050 * 4));
     const auto truncated = qv::decodePeaks(dir / "truncated.wav");
     ASSERT_EQ(truncated.peaks.size(), 192u) << truncated.error;

@@ -1,9 +1,9 @@
 // The playhead diagnostics: who enables them, what the log file holds, and the watchdog.
 #include "playhead_diagnostics.h"
 #include "sound_files.h"
+#include "support/files.h"
 #include "temp_dir.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -19,8 +19,7 @@ using qv::testkit::TempDir;
 
 QString readText(const std::filesystem::path& path)
 {
-    QFile file(qpath(path));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return QString::fromStdString(qv::test::readFile(path));
 }
 
 TEST(PlayheadDiagnostics, OnlyOneYesOrTrueInAnyCaseEnables)

@@ -3,6 +3,7 @@
 #include "preview_player.h"
 #include "sample_converter.h"
 #include "sound_files.h"
+#include "support/files.h"
 #include "temp_dir.h"
 
 #include <QSignalSpy>
@@ -12,25 +13,16 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <fstream>
-
 namespace {
 
 using qv::PreviewPlayer;
 using qv::test::qpath;
+using qv::test::writeTone;
 using qv::testkit::TempDir;
 
 std::unique_ptr<PreviewPlayer> clockPlayer(const std::filesystem::path& path, QString* error = nullptr)
 {
     return PreviewPlayer::create(qpath(path), error, PreviewPlayer::clockOutput());
-}
-
-void writeTone(const std::filesystem::path& path, int format, double seconds, int rate = 44100, int channels = 2)
-{
-    qv::test::writeSound(path, format, rate, channels,
-                         qv::test::makeFrames(long(seconds * rate), channels,
-                                              [](long p, int) { return 0.5f * std::sin(float(p) * 0.05f); }));
 }
 
 TEST(PreviewPlayer, PlaysSeeksPausesAndRewindsAtTheEndReadyToRepeat)
@@ -44,16 +36,14 @@ TEST(PreviewPlayer, PlaysSeeksPausesAndRewindsAtTheEndReadyToRepeat)
     EXPECT_EQ(player->currentTime(), 0.0);
     EXPECT_FALSE(player->isPlaying());
 
-    player->setCurrentTime(0.25);
-    EXPECT_DOUBLE_EQ(player->currentTime(), 0.25);
-    player->setCurrentTime(9);
-    EXPECT_DOUBLE_EQ(player->currentTime(), 0.6);
-    player->setCurrentTime(-1);
-    EXPECT_EQ(player->currentTime(), 0.0);
-    player->setVolume(1.5);
-    EXPECT_EQ(player->volume(), 1.0);
-    player->setVolume(-0.5);
-    EXPECT_EQ(player->volume(), 0.0);
+    for (const auto& [to, at] : std::vector<std::pair<double, double>>{{0.25, 0.25}, {9, 0.6}, {-1, 0}}) {
+        player->setCurrentTime(to);
+        EXPECT_DOUBLE_EQ(player->currentTime(), at) << to;
+    }
+    for (const auto& [to, at] : std::vector<std::pair<double, double>>{{1.5, 1}, {-0.5, 0}}) {
+        player->setVolume(to);
+        EXPECT_EQ(player->volume(), at) << to;
+    }
 
     QSignalSpy finished(player.get(), &PreviewPlayer::didFinishPlaying);
     ASSERT_TRUE(player->play()) << player->errorText().toStdString();
@@ -111,13 +101,12 @@ TEST(PreviewPlayer, OnlyTheFirstChunkIsDecodedBeforePlay)
 TEST(PreviewPlayer, FilesThatCannotPlaySayWhy)
 {
     TempDir dir;
-    QString error;
-    EXPECT_FALSE(clockPlayer(dir / "missing.wav", &error));
-    EXPECT_FALSE(error.isEmpty());
-    error.clear();
     qv::testkit::writeFile(dir / "text.wav", "not audio at all, just text");
-    EXPECT_FALSE(clockPlayer(dir / "text.wav", &error));
-    EXPECT_FALSE(error.isEmpty());
+    for (const char* name : {"missing.wav", "text.wav"}) {
+        QString error;
+        EXPECT_FALSE(clockPlayer(dir / name, &error)) << name;
+        EXPECT_FALSE(error.isEmpty()) << name;
+    }
 
     // A file with no frames plays and ends at once, successfully.
     qv::test::writeSound(dir / "empty.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 1, {});
@@ -133,8 +122,7 @@ TEST(PreviewPlayer, FilesThatCannotPlaySayWhy)
     // A FLAC file whose second half is garbage opens, plays, and then reports a
     // decode error instead of finishing.
     writeTone(dir / "good.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 2.0);
-    std::ifstream in(dir / "good.flac", std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    std::string bytes = qv::test::readFile(dir / "good.flac");
     for (std::size_t i = bytes.size() / 3; i < bytes.size(); ++i) bytes[i] = char(i * 7919 % 251);
     qv::testkit::writeFile(dir / "broken.flac", bytes);
     auto broken = clockPlayer(dir / "broken.flac");
@@ -182,11 +170,9 @@ TEST(SampleConverter, ChannelsRatesAndIntegersAreConvertedSeamlessly)
     QByteArray ints;
     const float values[] = {1.5f, -1.5f, 0.5f};
     integers.convert(values, 3, ints);
-    ASSERT_EQ(ints.size(), 6);
     const auto* samples = reinterpret_cast<const std::int16_t*>(ints.constData());
-    EXPECT_EQ(samples[0], 32767);
-    EXPECT_EQ(samples[1], -32767);
-    EXPECT_EQ(samples[2], 16384);
+    EXPECT_EQ(std::vector<std::int16_t>(samples, samples + ints.size() / 2),
+              (std::vector<std::int16_t>{32767, -32767, 16384}));
 }
 
 } // namespace

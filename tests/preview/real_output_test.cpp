@@ -15,20 +15,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 namespace {
 
 using qv::PreviewPlayer;
 using qv::test::qpath;
+using qv::test::writeTone;
 using qv::testkit::TempDir;
-
-void writeTone(const std::filesystem::path& path, double seconds, int rate, int channels)
-{
-    qv::test::writeSound(path, SF_FORMAT_WAV | SF_FORMAT_PCM_16, rate, channels,
-                         qv::test::makeFrames(long(seconds * rate), channels,
-                                              [](long p, int) { return 0.3f * std::sin(float(p) * 0.03f); }));
-}
 
 TEST(RealOutput, PlaysThroughTheDefaultDeviceToTheEnd)
 {
@@ -43,7 +35,7 @@ TEST(RealOutput, PlaysThroughTheDefaultDeviceToTheEnd)
     };
     for (const Case& c : {Case{"stereo.wav", 44100, 2}, Case{"six.wav", 96000, 6}, Case{"mono.wav", 22050, 1}}) {
         SCOPED_TRACE(c.name);
-        writeTone(dir / c.name, 0.6, c.rate, c.channels);
+        writeTone(dir / c.name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0.6, c.rate, c.channels);
         QString error;
         auto player = PreviewPlayer::create(qpath(dir / c.name), &error);
         ASSERT_TRUE(player) << error.toStdString();
@@ -65,7 +57,7 @@ TEST(NoServer, PlayFailsWithAClearErrorInsteadOfHanging)
 {
     if (!QMediaDevices::defaultAudioOutput().isNull()) GTEST_SKIP() << "a sound server answered";
     TempDir dir;
-    writeTone(dir / "tone.wav", 0.2, 44100, 2);
+    writeTone(dir / "tone.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0.2);
     auto player = PreviewPlayer::create(qpath(dir / "tone.wav"), nullptr);
     ASSERT_TRUE(player);
     ASSERT_TRUE(player->prepareToPlay());

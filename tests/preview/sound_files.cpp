@@ -2,6 +2,7 @@
 
 #include <sndfile.h>
 
+#include <cmath>
 #include <stdexcept>
 
 namespace qv::test {
@@ -28,6 +29,12 @@ std::vector<float> makeFrames(long frames, int channels, const std::function<flo
         for (int c = 0; c < channels; ++c) data[std::size_t(p * channels + c)] = sample(p, c);
     }
     return data;
+}
+
+void writeTone(const std::filesystem::path& path, int format, double seconds, int rate, int channels)
+{
+    writeSound(path, format, rate, channels,
+               makeFrames(long(seconds * rate), channels, [](long p, int) { return 0.5f * std::sin(float(p) * 0.05f); }));
 }
 
 bool canWriteMp3()

@@ -16,6 +16,9 @@ void writeSound(const std::filesystem::path& path, int format, int rate, int cha
 // `frames` frames whose channel c at frame p is sample(p, c).
 std::vector<float> makeFrames(long frames, int channels, const std::function<float(long, int)>& sample);
 
+// `seconds` of a sine at half scale in every channel.
+void writeTone(const std::filesystem::path& path, int format, double seconds, int rate = 44100, int channels = 2);
+
 bool canWriteMp3();
 
 inline QString qpath(const std::filesystem::path& path)

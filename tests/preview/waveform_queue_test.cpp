@@ -127,18 +127,11 @@ TEST_F(WaveformQueueTest, NotificationsArriveOnTheGuiThreadAndFailuresAreNeverRe
     ASSERT_TRUE(QTest::qWaitFor([&] { return updates.size() + failures.size() + durations.size() == 3; }, 5000));
 
     EXPECT_FALSE(offGuiThread);
-    ASSERT_EQ(updates.size(), 1);
-    EXPECT_EQ(updates[0].first, "/good.wav");
-    EXPECT_EQ(updates[0].second, QVariantMap({{"key", key("/good.wav")}}));
-    ASSERT_EQ(failures.size(), 1);
-    EXPECT_EQ(failures[0].first, "/bad.wav");
-    EXPECT_EQ(failures[0].second.value("key"), key("/bad.wav"));
-    const QVariantMap error = failures[0].second.value("error").toMap();
-    EXPECT_EQ(error.value("domain"), "QuorvalinderWaveform");
-    EXPECT_EQ(error.value("message"), "Audio decoder rejected the file");
-    ASSERT_EQ(durations.size(), 1);
-    EXPECT_EQ(durations[0].first, "/good.wav");
-    EXPECT_EQ(durations[0].second.value("duration").toDouble(), 2.5);
+    using Notes = QList<QPair<QString, QVariantMap>>;
+    EXPECT_EQ(updates, Notes({{"/good.wav", {{"key", key("/good.wav")}}}}));
+    const QVariantMap error{{"domain", "QuorvalinderWaveform"}, {"message", "Audio decoder rejected the file"}};
+    EXPECT_EQ(failures, Notes({{"/bad.wav", {{"key", key("/bad.wav")}, {"error", error}}}}));
+    EXPECT_EQ(durations, Notes({{"/good.wav", {{"duration", 2.5}}}}));
 
     EXPECT_TRUE(_queue.hasFailed(key("/bad.wav")));
     request("/bad.wav", false);

@@ -55,14 +55,6 @@ protected:
         QSettings("Ostrelle", "Quorvalinder").setValue("QVThemeSelection", name);
     }
     QImage draw() { return _view.grab().toImage(); }
-    // Loads `path` and waits until its peaks (1 / path length each) are shown.
-    void showPeaks(const QString& path)
-    {
-        _decoder.release(path);
-        _view.loadAudioAtPath(path, 1, 2);
-        ASSERT_TRUE(QTest::qWaitFor([&] { return !_view.loading(); }, 5000));
-        ASSERT_EQ(_view.peaks().size(), 192u);
-    }
     // Pixels in a rectangle brighter than anything but text would be there.
     static int brightPixels(const QImage& image, const QRect& area, int above)
     {
@@ -81,7 +73,9 @@ protected:
 
 TEST_F(WaveformViewTest, PlayedBarsTakeTheThemeColourUpToTheProgressInclusive)
 {
-    showPeaks("/");  // a path one character long: every peak is 1, full height
+    _decoder.release("/"); // a path one character long: every peak is 1, full height
+    _view.loadAudioAtPath("/", 1, 2);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !_view.loading(); }, 5000));
     _view.setProgress(0.5);
     QImage image = draw();
     EXPECT_EQ(image.pixelColor(barColumn(95), 20), kUnplayed) << "no playhead shown: nothing is played";
@@ -91,13 +85,13 @@ TEST_F(WaveformViewTest, PlayedBarsTakeTheThemeColourUpToTheProgressInclusive)
     const QColor purple = qv::themeColors("Purple").waveformPlayed;
     // Bar 96 starts at 96 / 192 = 0.5 and counts as played; the playhead covers its
     // first column (5 + 576 × 0.5 = 293).
-    EXPECT_EQ(image.pixelColor(barColumn(0), 20), purple);
-    EXPECT_EQ(image.pixelColor(barColumn(95), 20), purple);
-    EXPECT_EQ(image.pixelColor(barColumn(96), 20), purple);
-    EXPECT_EQ(image.pixelColor(barColumn(97), 20), kUnplayed);
-    EXPECT_EQ(image.pixelColor(barColumn(191), 6), kUnplayed) << "full height reaches the inset";
-    EXPECT_EQ(image.pixelColor(barColumn(191), 3), kBackground);
-    EXPECT_EQ(image.pixelColor(5 + 3 * 97 + 2, 20), kBackground) << "the gap between bars";
+    // Full height reaches the inset at row 6; column 5 + 3 × 97 + 2 is the gap between bars.
+    for (const auto& [x, y, colour] : {std::tuple{barColumn(0), 20, purple}, {barColumn(95), 20, purple},
+                                       {barColumn(96), 20, purple}, {barColumn(97), 20, kUnplayed},
+                                       {barColumn(191), 6, kUnplayed}, {barColumn(191), 3, kBackground},
+                                       {5 + 3 * 97 + 2, 20, kBackground}}) {
+        EXPECT_EQ(image.pixelColor(x, y), colour) << x << "," << y;
+    }
     const QColor playhead = image.pixelColor(293, 20);
     EXPECT_NE(playhead, purple);
     EXPECT_GT(playhead.lightness(), qv::themeColors("Purple").accent.lightness());
