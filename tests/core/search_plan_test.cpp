@@ -3,14 +3,10 @@
 // to one file, must agree on the count, every row of the page in order, positions and
 // filter value lists. Writes between batches, through either connection, check that
 // nothing the indexed plan keeps outlives a change.
-#include "db/database.h"
-#include "search/search_query.h"
 #include "search/search_rank.h"
 #include "support/index_test.h"
 
 #include "database_filler.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cctype>
@@ -185,10 +181,7 @@ protected:
             EXPECT_EQ(page[i].favorite, expected[i].favorite);
         }
         std::vector<std::int64_t> ids = {0, std::uniform_int_distribution<std::int64_t>(1, _maxId)(random)};
-        if (!expected.empty()) {
-            ids.push_back(expected.front().id);
-            ids.push_back(expected.back().id);
-        }
+        if (!expected.empty()) ids.insert(ids.end(), {expected.front().id, expected.back().id});
         for (const std::int64_t id : ids) {
             ASSERT_EQ(position(_indexed, q, id), position(_reference, q, id)) << "sample " << id;
         }
@@ -218,10 +211,7 @@ TEST_F(SearchPlanTest, RandomQueriesGetTheSameAnswersFromBothPlans)
     const auto offlineRoot = _raw.text("SELECT path FROM libraries ORDER BY id DESC LIMIT 1");
 
     for (int batch = 0; batch < 30; ++batch) {
-        for (int i = 0; i < 80; ++i) {
-            compare(maker.next(), random);
-            if (HasFatalFailure()) return;
-        }
+        for (int i = 0; i < 80; ++i) ASSERT_NO_FATAL_FAILURE(compare(maker.next(), random));
         // A change between batches, by one connection or the other.
         qv::Database& writer = batch % 2 == 0 ? _indexed : _reference;
         switch (batch % 6) {
@@ -248,11 +238,9 @@ TEST_F(SearchPlanTest, RandomQueriesGetTheSameAnswersFromBothPlans)
         _raw.exec("INSERT OR IGNORE INTO sample_genres(sample_id,genre) SELECT id,'Quornish' FROM samples WHERE "
                   "filename LIKE '%Quorn%'");
         for (const char* text : {"quorn", "Quorn offline", "quorn nowhere", "QUORN hidden", "quorn shown"}) {
-            compare({.text = text, .limit = 5}, random);
-            if (HasFatalFailure()) return;
+            ASSERT_NO_FATAL_FAILURE(compare({.text = text, .limit = 5}, random));
         }
-        compare({.genre = "quornish", .limit = 5}, random);
-        if (HasFatalFailure()) return;
+        ASSERT_NO_FATAL_FAILURE(compare({.genre = "quornish", .limit = 5}, random));
         if (round == 1) break;
         _raw.exec("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<150) INSERT INTO "
                   "samples(path,filename,library_id,type,file_size,modified_at) SELECT '/x/Quorn flip '||i||'.wav',"
@@ -270,8 +258,7 @@ TEST_F(SearchPlanTest, RandomQueriesGetTheSameAnswersFromBothPlans)
                                                   {.text = "take zorb", .bpm = 100, .sortByFilename = true},
                                                   {.text = "zorblat", .key = "Am", .offset = 5990}}) {
         q.limit = 20;
-        compare(q, random);
-        if (HasFatalFailure()) return;
+        ASSERT_NO_FATAL_FAILURE(compare(q, random));
     }
 }
 
@@ -308,29 +295,22 @@ TEST_F(SearchPlanTest, RankedPagesAmongManyMatchesMatchTheReference)
                                  "kick kick", "b", "kick#", "b\xc3\xa4ss", "deep l", "a"}) {
             for (const auto& [limit, offset] : std::vector<std::pair<int, int>>{{1, 0}, {7, 3}, {50, 0}, {50, 49},
                                                                                 {200, 150}, {30, 1400}}) {
-                compare({.text = text, .limit = limit, .offset = offset}, random);
-                if (HasFatalFailure()) return;
+                ASSERT_NO_FATAL_FAILURE(compare({.text = text, .limit = limit, .offset = offset}, random));
             }
         }
     };
-    compareAll();
-    if (HasFatalFailure()) return;
+    ASSERT_NO_FATAL_FAILURE(compareAll());
 
     // New rows that rank first, a renamed one and a removed library, all written by the
     // connection whose name order is already read.
     const std::int64_t added = _indexed.addLibrary(_dir / "added");
     for (const char* name : {"Kick.wav", "kick", "Ba.wav", "Bass.aif", "Kick 808.wav", "._Kick.wav", "a.wav"}) {
-        qv::Sample s;
-        s.path = (_dir / "added" / name).string();
-        s.filename = name;
-        _indexed.upsert(s, added);
+        _indexed.upsert(qv::test::sampleOf({(_dir / "added" / name).string()}), added);
     }
-    qv::Sample renamed;
-    renamed.path = (_dir / "added" / "Bass.aif").string();
+    auto renamed = qv::test::sampleOf({(_dir / "added/Bass.aif").string()});
     renamed.filename = "Zz.aif";
     _indexed.upsert(renamed, added);
-    compareAll();
-    if (HasFatalFailure()) return;
+    ASSERT_NO_FATAL_FAILURE(compareAll());
     _indexed.removeLibrary(added);
     compareAll();
 }
