@@ -255,9 +255,10 @@ TEST_F(HostileTree, FilesSwappedForFoldersDuringTheScan)
     qv::test::expectIndexSound(_dbFile);
 }
 
-TEST_F(HostileTree, NamesAtTheLengthLimits)
+// 255 bytes is the longest name Linux file systems take, in ASCII and in two-byte UTF-8;
+// a line break separates words like any other blank.
+TEST_F(HostileTree, NamesAtTheLengthLimitsAndWithLineBreaks)
 {
-    // 255 bytes is the longest name Linux file systems take, in ASCII and in two-byte UTF-8.
     const std::string ascii = "Long Kick " + std::string(241, 'k') + ".wav";
     std::string accented;
     for (int i = 0; i < 125; ++i) accented += "\xC3\xA9";
@@ -269,50 +270,28 @@ TEST_F(HostileTree, NamesAtTheLengthLimits)
     nested /= "Deep Snare " + std::string(180, 's') + ".wav";
     ASSERT_GT(nested.string().size(), 300u);
 
-    const std::vector<fs::path> files = {writeHit(ascii), writeHit(accented), writeHit(nested)};
-    EXPECT_EQ(scan().added, 3u);
+    const std::vector<fs::path> files = {
+        writeHit(ascii), writeHit(accented), writeHit(nested), writeHit("Kick\nSnare 120bpm.wav"),
+        writeHit("\nLeading break.wav"), writeHit("Trailing break\r\n.wav"), writeHit("Line\nFolder/Hat.wav")};
+    EXPECT_EQ(scan().added, files.size());
     for (const auto& file : files) {
         const auto sample = stored(file);
         ASSERT_TRUE(sample) << file;
         EXPECT_EQ(sample->filename, file.filename().string());
     }
-    qv::SearchQuery query;
-    query.text = "long kick";
-    const auto found = _db->search(query);
-    ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(found[0].path, files[0].string());
+    for (const auto& [text, file] : {std::pair{"long kick", files[0]}, std::pair{"snare 120", files[3]}}) {
+        const auto found = _db->search({.text = text});
+        ASSERT_EQ(found.size(), 1u) << text;
+        EXPECT_EQ(found[0].path, file.string());
+    }
 
-    const auto edits = editKept(files, _root / nested.parent_path());
-    const auto stats = scan(true);
-    EXPECT_EQ(stats.updated, 3u);
-    EXPECT_EQ(qv::test::readUserEdits(_dbFile), edits);
-    qv::test::expectIndexSound(_dbFile);
-}
-
-TEST_F(HostileTree, NamesWithLineBreaks)
-{
-    const std::vector<fs::path> files = {
-        writeHit("Kick\nSnare 120bpm.wav"),
-        writeHit("\nLeading break.wav"),
-        writeHit("Trailing break\r\n.wav"),
-        writeHit("Line\nFolder/Hat.wav"),
-    };
-    EXPECT_EQ(scan().added, files.size());
-    for (const auto& file : files) EXPECT_TRUE(_db->findByPath(file)) << file;
-
-    // A line break separates words like any other blank.
-    qv::SearchQuery query;
-    query.text = "snare";
-    const auto found = _db->search(query);
-    ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(found[0].filename, "Kick\nSnare 120bpm.wav");
-
+    _db->setFolderInstrumentOverride(_root / nested.parent_path(), std::string("Bell"));
     const auto edits = editKept(files, _root / "Line\nFolder");
     EXPECT_EQ(_db->countFolderSamples(_root / "Line\nFolder", true), 1);
-    ASSERT_TRUE(stored(files[3]));
-    EXPECT_EQ(stored(files[3])->instrument, "Bell");
+    EXPECT_EQ(stored(files[6])->instrument, "Bell");
     EXPECT_EQ(scan(true).updated, files.size());
     EXPECT_EQ(qv::test::readUserEdits(_dbFile), edits);
+    qv::test::expectIndexSound(_dbFile);
 }
 
 } // namespace
