@@ -2,44 +2,20 @@
 // application's scan queue and main thread do. The database mutex must serialise it all:
 // no data race (tools/test.sh runs this under ThreadSanitizer), no SQLite error such as
 // "database is locked", and edits made during the scans must still be there afterwards.
-#include "db/database.h"
-#include "scan/library_scanner.h"
 #include "library_generator.h"
 #include "reliability/user_edits.h"
-#include "temp_dir.h"
-
-#include <gtest/gtest.h>
+#include "support/index_test.h"
 
 #include <array>
 #include <condition_variable>
 #include <map>
 #include <mutex>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
-
-class Failures {
-public:
-    void add(const std::string& where, const std::string& what)
-    {
-        std::lock_guard lock(_mutex);
-        _messages.push_back(where + ": " + what);
-    }
-    std::vector<std::string> messages()
-    {
-        std::lock_guard lock(_mutex);
-        return _messages;
-    }
-
-private:
-    std::mutex _mutex;
-    std::vector<std::string> _messages;
-};
 
 // Holds the browsing thread to one round per few scanned files, as a person clicking
 // during a scan would: std::mutex is not fair, and a thread that asks for the database
@@ -111,7 +87,12 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
     // Something to browse from the start.
     scanner.scan(root / "First", {}, false);
 
-    Failures failures;
+    std::mutex failuresMutex;
+    std::vector<std::string> failures;
+    const auto fail = [&](const std::string& what) {
+        std::lock_guard lock(failuresMutex);
+        failures.push_back(what);
+    };
     Pace pace;
     std::thread scans([&] {
         const auto count = [&](std::size_t files, const fs::path&) { pace.scanned(files == 20); };
@@ -120,7 +101,7 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
             scanner.scan(root, count, true);  // re-analyses everything
             scanner.scan(root / "First", count, true);
         } catch (const std::exception& error) {
-            failures.add("scan", error.what());
+            fail(std::string("scan: ") + error.what());
         }
         pace.endScans();
     });
@@ -136,21 +117,16 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
             playlist = db.createPlaylist("Made while scanning");
             // At least a few rounds even if the scans were quick.
             for (std::size_t rounds = 0; pace.nextRound(rounds) || rounds < 40; ++rounds) {
-                qv::SearchQuery query;
-                query.text = kTexts[rounds % kTexts.size()];
-                query.instrument = kInstruments[rounds % kInstruments.size()];
-                query.sortByBpm = rounds % 3 == 1;
-                query.limit = 50;
+                const qv::SearchQuery query{.text = kTexts[rounds % kTexts.size()],
+                                            .instrument = kInstruments[rounds % kInstruments.size()],
+                                            .sortByBpm = rounds % 3 == 1, .limit = 50};
                 const auto page = db.search(query);
-                const std::int64_t count = db.countMatching(query);
-                if (static_cast<std::int64_t>(page.size()) > count) {
-                    failures.add("browse", "a page longer than its count");
-                }
+                if (static_cast<std::int64_t>(page.size()) > db.countMatching(query)) fail("a page longer than its count");
                 for (const char* field : {"instrument", "genre", "key"}) db.distinctFilterValues(field, query);
                 if (!page.empty()) {
                     const auto& sample = page[rounds % page.size()];
                     db.matchingIndex(query, sample.id);
-                    if (!db.findByPath(sample.path)) failures.add("browse", "a listed sample was not found: " + sample.path);
+                    if (!db.findByPath(sample.path)) fail("a listed sample was not found: " + sample.path);
                     if (rounds % 5 == 0) {
                         // Edits that run in a transaction of their own.
                         db.setTypeOverride({sample.id}, qv::SampleType::Loop);
@@ -175,35 +151,29 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
                 db.countFolderSamples(root / "First", rounds % 2 == 0);
             }
         } catch (const std::exception& error) {
-            failures.add("browse", error.what());
+            fail(std::string("browse: ") + error.what());
         }
         pace.endBrowsing();
     });
 
     scans.join();
     browse.join();
-    EXPECT_EQ(failures.messages(), std::vector<std::string>{});
+    EXPECT_EQ(failures, std::vector<std::string>{});
     EXPECT_EQ(pace.files(), 2 * (first.indexable() + second.indexable()) + first.indexable());
     EXPECT_EQ(static_cast<std::uint64_t>(db.countSamples()), first.indexable() + second.indexable());
 
+    const auto ids = [&](const qv::SearchQuery& query) {
+        std::set<std::int64_t> found;
+        for (const auto& sample : db.search(query)) found.insert(sample.id);
+        return found;
+    };
     std::set<std::int64_t> wantedFavourites;
     for (const auto& [id, on] : favourite) {
         if (on) wantedFavourites.insert(id);
     }
     ASSERT_FALSE(favourite.empty());
-    qv::SearchQuery favourites;
-    favourites.favoritesOnly = true;
-    favourites.limit = 100000;
-    std::set<std::int64_t> storedFavourites;
-    for (const auto& sample : db.search(favourites)) storedFavourites.insert(sample.id);
-    EXPECT_EQ(storedFavourites, wantedFavourites);
-
-    qv::SearchQuery inPlaylist;
-    inPlaylist.playlistId = playlist;
-    inPlaylist.limit = 100000;
-    std::set<std::int64_t> storedMembers;
-    for (const auto& sample : db.search(inPlaylist)) storedMembers.insert(sample.id);
-    EXPECT_EQ(storedMembers, members);
+    EXPECT_EQ(ids({.favoritesOnly = true, .limit = 100000}), wantedFavourites);
+    EXPECT_EQ(ids({.playlistId = playlist, .limit = 100000}), members);
     qv::test::expectIndexSound(dbFile);
 }
 
