@@ -26,12 +26,8 @@ struct ClassifyCase {
 std::optional<AudioStructure> structureOf(const std::optional<Measures>& m)
 {
     if (!m) return std::nullopt;
-    AudioStructure s;
-    s.onsetCount = m->onsets;
-    s.durationSeconds = m->duration;
-    s.onsetSpan = m->span;
-    s.firstGapDip = m->dip;
-    return s;
+    return AudioStructure{.durationSeconds = m->duration, .onsetCount = m->onsets, .onsetSpan = m->span,
+                          .firstGapDip = m->dip};
 }
 
 void expectClassified(const ClassifyCase& c)
