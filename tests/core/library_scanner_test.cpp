@@ -1,9 +1,5 @@
-#include "db/database.h"
-#include "scan/library_scanner.h"
 #include "library_generator.h"
 #include "support/index_test.h"
-
-#include <gtest/gtest.h>
 
 #include <map>
 

@@ -1,10 +1,5 @@
-#include "db/database.h"
 #include "db/schema.h"
-#include "search/search_query.h"
-#include "search/search_strategy.h"
 #include "support/index_test.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -73,14 +68,8 @@ class TempoTarget : public qv::test::IndexTest {};
 TEST_F(TempoTarget, AnyNumberIsReadAsANumberByBothPlans)
 {
     const std::int64_t lib = _db.addLibrary("/lib");
-    for (const int bpm : {25, 20}) {
-        qv::Sample s;
-        s.path = "/lib/loop " + std::to_string(bpm) + ".wav";
-        s.filename = "loop " + std::to_string(bpm) + ".wav";
-        s.bpm = bpm;
-        _db.upsert(s, lib);
-    }
-    const std::int64_t twenty = _db.findByPath("/lib/loop 20.wav")->id;
+    add({"/lib/loop 25.wav", qv::SampleType::Loop, "", 25}, lib);
+    const std::int64_t twenty = add({"/lib/loop 20.wav", qv::SampleType::Loop, "", 20}, lib);
     const struct {
         int target;
         std::int64_t matches;

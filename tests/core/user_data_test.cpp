@@ -1,7 +1,4 @@
-#include "db/database.h"
 #include "support/index_test.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 

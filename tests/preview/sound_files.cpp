@@ -34,7 +34,7 @@ std::vector<float> makeFrames(long frames, int channels, const std::function<flo
 void writeTone(const std::filesystem::path& path, int format, double seconds, int rate, int channels)
 {
     writeSound(path, format, rate, channels,
-               makeFrames(long(seconds * rate), channels, [](long p, int) { return 0.5f * std::sin(float(p) * 0.05f); }));
+               makeFrames(long(seconds * rate), channels, [](long p, int) { return 0.5f * std::sin(0.05f * p); }));
 }
 
 bool canWriteMp3()

@@ -1,12 +1,12 @@
 // The cache key, the file names and the property-list files of the waveform cache.
 #include "peak_builder.h"
 #include "sound_files.h"
+#include "support/files.h"
 #include "temp_dir.h"
 #include "waveform_disk_cache.h"
 #include "waveform_notifier.h"
 #include "waveform_queue.h"
 
-#include <QFile>
 #include <QRegularExpression>
 
 #include <sndfile.h>
@@ -52,9 +52,7 @@ TEST(WaveformDiskCache, PeaksRoundTripExactlyAndOnlyWholeListsAreRead)
     ASSERT_TRUE(cache.write(key, peaks));
     EXPECT_EQ(cache.read(key), peaks);
 
-    QFile file(cache.filePath(key));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray xml = file.readAll();
+    const auto xml = QByteArray::fromStdString(qv::test::readFile(cache.filePath(key).toStdString()));
     EXPECT_TRUE(xml.contains("<plist version=\"1.0\">"));
     EXPECT_EQ(xml.count("<real>"), 192);
 

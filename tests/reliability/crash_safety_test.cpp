@@ -1,12 +1,8 @@
 // A scan killed with SIGKILL at random points must leave an index that opens, passes its
 // integrity checks and still holds every user edit; a full scan afterwards completes.
-#include "db/database.h"
-#include "scan/library_scanner.h"
 #include "library_generator.h"
 #include "reliability/user_edits.h"
-#include "temp_dir.h"
-
-#include <gtest/gtest.h>
+#include "support/index_test.h"
 
 #include <chrono>
 #include <csignal>

@@ -2,15 +2,9 @@
 // a file swapped for a folder while the scan runs, names at the length limits and names
 // with line breaks. Each scan either completes or stops with a message that says why,
 // and no record or user edit that was there before goes missing.
-#include "db/database.h"
-#include "scan/library_scanner.h"
 #include "reliability/user_edits.h"
 #include "support/index_test.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <optional>
 #include <set>
 
 #include <grp.h>
