@@ -80,12 +80,10 @@ public:
         if (chance(0.1)) q.playlistId = pick(_playlists);
         q.favoritesOnly = chance(0.1);
         q.excludeMidi = chance(0.2);
-        switch (std::uniform_int_distribution<int>(0, 6)(_random)) {
-        case 0: q.sortByFilename = true; break;
-        case 1: q.sortByDuration = true; break;
-        case 2: q.sortByBpm = true; break;
-        default: break;
-        }
+        const int order = std::uniform_int_distribution<int>(0, 6)(_random); // 3 to 6: none
+        q.sortByFilename = order == 0;
+        q.sortByDuration = order == 1;
+        q.sortByBpm = order == 2;
         q.filenameDescending = chance(0.5);
         q.durationDescending = chance(0.5);
         q.bpmDescending = chance(0.5);

@@ -192,15 +192,11 @@ TEST_F(Search, HostileTextIsNeverAnSqlError)
         "-kick", "kick -snare", "{kick}", "[kick]", "kick:*", "+",
     };
     for (const std::string& text : texts) {
+        SCOPED_TRACE(text);
         for (SearchQuery query : {SearchQuery{.text = text}, SearchQuery{.text = text, .sortByFilename = true}}) {
-            std::int64_t count = -1;
-            EXPECT_NO_THROW(count = _db.countMatching(query)) << text;
-            query.limit = 1000;
-            EXPECT_EQ(static_cast<std::int64_t>(_db.search(query).size()), count) << text;
-            EXPECT_NO_THROW(_db.matchingIndex(query, 1)) << text;
-            for (const char* field : {"instrument", "genre", "key"}) {
-                EXPECT_NO_THROW(_db.distinctFilterValues(field, query)) << text;
-            }
+            EXPECT_NO_THROW(paths(query)); // and the count agrees with the page
+            EXPECT_NO_THROW(_db.matchingIndex(query, 1));
+            for (const char* f : {"instrument", "genre", "key"}) EXPECT_NO_THROW(_db.distinctFilterValues(f, query));
         }
     }
     // Quotes and column names are just text: they find what their letters find.
