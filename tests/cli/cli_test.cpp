@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
+#include <cstdlib>
 #include <sys/wait.h>
 
 namespace {
@@ -53,14 +53,9 @@ protected:
     {
         std::string command = shellQuoted(QV_CLI_PATH) + " --db " + shellQuoted(_db.string());
         for (const auto& arg : args) command += " " + shellQuoted(arg);
-        const auto errFile = _dir / "stderr.txt";
-        command += " 2>" + shellQuoted(errFile.string());
-        CliRun run;
-        FILE* pipe = ::popen(command.c_str(), "r");
-        for (int c; (c = std::fgetc(pipe)) != EOF;) run.out += static_cast<char>(c);
-        run.status = WEXITSTATUS(::pclose(pipe));
-        run.err = qv::test::readFile(errFile);
-        return run;
+        const fs::path out = _dir / "stdout.txt", err = _dir / "stderr.txt";
+        const int status = std::system((command + " >" + shellQuoted(out) + " 2>" + shellQuoted(err)).c_str());
+        return {WEXITSTATUS(status), qv::test::readFile(out), qv::test::readFile(err)};
     }
 
     json cliJson(std::vector<std::string> args)
