@@ -9,9 +9,7 @@ namespace {
 
 struct Measures {
     std::uint64_t onsets;
-    double duration;
-    double span;
-    double dip;
+    double duration, span, dip;
 };
 
 struct ClassifyCase {
@@ -19,8 +17,7 @@ struct ClassifyCase {
     std::optional<std::int32_t> bpm;
     std::optional<Measures> measures;
     SampleType type;
-    std::int32_t loop;
-    std::int32_t oneShot;
+    std::int32_t loop, oneShot;
 };
 
 std::optional<AudioStructure> structureOf(const std::optional<Measures>& m)

@@ -33,8 +33,7 @@ Bytes floats(std::initializer_list<float> values)
 struct EnvelopeCase {
     const char* name;
     SampleEncoding encoding;
-    std::uint32_t channels;
-    std::uint32_t sampleRate;
+    std::uint32_t channels, sampleRate;
     Bytes data;
     std::vector<double> expected;
 };

@@ -23,9 +23,7 @@ protected:
 
 TEST_F(UserData, TypeOverridesAreAllOrNothingAndMidiOnlyForMidiFiles)
 {
-    const auto a = add("/lib/a.wav");
-    const auto b = add("/lib/b.wav");
-    const auto gone = add("/lib/gone.wav");
+    const auto a = add("/lib/a.wav"), b = add("/lib/b.wav"), gone = add("/lib/gone.wav");
     const auto midi = add("/lib/Chords.MID", SampleType::Unknown);
     _raw.exec("DELETE FROM samples WHERE id=" + std::to_string(gone));
 
@@ -50,10 +48,8 @@ TEST_F(UserData, TypeOverridesAreAllOrNothingAndMidiOnlyForMidiFiles)
 
 TEST_F(UserData, FolderTypeAndInstrumentReachEveryDepthButNotNeighboursOrMidi)
 {
-    const auto deep = add("/lib/Drums/Sub/Kick.wav");
-    const auto direct = add("/lib/Drums/Snare.wav");
-    const auto neighbour = add("/lib/DrumsX/Hat.wav");
-    const auto midi = add("/lib/Drums/Groove.mid", SampleType::MIDI);
+    const auto deep = add("/lib/Drums/Sub/Kick.wav"), direct = add("/lib/Drums/Snare.wav");
+    const auto neighbour = add("/lib/DrumsX/Hat.wav"), midi = add("/lib/Drums/Groove.mid", SampleType::MIDI);
 
     _db.setTypeOverride({direct}, SampleType::Unknown);
     _db.setFolderTypeOverride("/lib/Drums", SampleType::Loop);
@@ -120,9 +116,7 @@ TEST_F(UserData, PlaylistsTrimNamesKeepPositionsAndCountVisibleMembers)
     EXPECT_EQ(errorOf([&] { _db.createPlaylist("Drums"); }), "A playlist with that name already exists");
     const auto lower = _db.createPlaylist("drums"); // uniqueness is exact
 
-    const auto a = add("/lib/a.wav");
-    const auto b = add("/lib/b.wav");
-    const auto hidden = add("/lib/._c.wav");
+    const auto a = add("/lib/a.wav"), b = add("/lib/b.wav"), hidden = add("/lib/._c.wav");
     for (const auto id : {a, b, hidden}) _db.addToPlaylist(drums, id);
     _db.removeFromPlaylist(drums, b);
     _db.addToPlaylist(drums, a); // already a member: stays where it is

@@ -57,9 +57,7 @@ TEST(PeakDecoder, EncodingsAndChannelCountsGiveTheSameShape)
 {
     struct Case {
         const char* name;
-        int format;
-        int rate;
-        int channels;
+        int format, rate, channels;
         float tolerance;
     };
     const Case cases[] = {

@@ -121,7 +121,7 @@ TEST(Concurrency, ScansAlongsideSearchesCountsAndEditsOnOneDatabase)
                                             .instrument = kInstruments[rounds % kInstruments.size()],
                                             .sortByBpm = rounds % 3 == 1, .limit = 50};
                 const auto page = db.search(query);
-                if (static_cast<std::int64_t>(page.size()) > db.countMatching(query)) fail("a page longer than its count");
+                if (std::int64_t(page.size()) > db.countMatching(query)) fail("a page longer than its count");
                 for (const char* field : {"instrument", "genre", "key"}) db.distinctFilterValues(field, query);
                 if (!page.empty()) {
                     const auto& sample = page[rounds % page.size()];
