@@ -11,26 +11,10 @@ namespace qv::test {
 
 namespace fs = std::filesystem;
 
-void PrintTo(const UserEditSnapshot& snapshot, std::ostream* out)
-{
-    auto list = [&](const char* name, const std::vector<std::string>& rows) {
-        *out << "\n  " << name << " (" << rows.size() << "):";
-        for (const auto& row : rows) *out << ' ' << row;
-    };
-    list("favourites", snapshot.favourites);
-    list("type overrides", snapshot.typeOverrides);
-    list("instrument overrides", snapshot.instrumentOverrides);
-    list("genres", snapshot.genres);
-    list("playlists", snapshot.playlists);
-}
-
 UserEditSnapshot makeUserEdits(Database& db, const fs::path& dbFile, const fs::path& root)
 {
-    SearchQuery all;
-    all.folder = root.string();
-    all.excludeMidi = true; // a folder type override passes MIDI files over
-    all.limit = 1'000'000;
-    const std::vector<Sample> samples = db.search(all);
+    // Not MIDI files: a folder type override passes them over.
+    const std::vector<Sample> samples = db.search({.folder = root.string(), .excludeMidi = true, .limit = 1'000'000});
 
     // The three folders holding the most samples, each edited in its own way.
     std::map<std::string, int> perFolder;
@@ -55,11 +39,10 @@ UserEditSnapshot makeUserEdits(Database& db, const fs::path& dbFile, const fs::p
     db.setFolderGenreOverride(folders[2].second, "Crash Test Genre", true);
 
     UserEditSnapshot snapshot = readUserEdits(dbFile);
-    EXPECT_FALSE(snapshot.favourites.empty());
-    EXPECT_GT(snapshot.typeOverrides.size(), typed.size()); // the folder's too
-    EXPECT_FALSE(snapshot.instrumentOverrides.empty());
-    EXPECT_FALSE(snapshot.genres.empty());
-    EXPECT_FALSE(snapshot.playlists.empty());
+    for (const char* kind : {"favourite ", "instrument ", "genre ", "playlist "}) {
+        EXPECT_GT(countOf(snapshot, kind), 0u) << kind;
+    }
+    EXPECT_GT(countOf(snapshot, "type "), typed.size()); // the folder's too
     return snapshot;
 }
 
@@ -67,20 +50,20 @@ UserEditSnapshot readUserEdits(const fs::path& dbFile)
 {
     testkit::RawDb raw(dbFile);
     UserEditSnapshot snapshot;
-    snapshot.favourites = raw.column("SELECT id FROM samples WHERE favorite=1 ORDER BY id");
     // The effective column is part of the line: a rescan must keep applying the override.
-    snapshot.typeOverrides = raw.column(
-        "SELECT id||':'||user_type_override||':'||coalesce(type_override_source,'-')||':'||type FROM samples "
-        "WHERE user_type_override IS NOT NULL ORDER BY id");
-    snapshot.instrumentOverrides = raw.column(
-        "SELECT id||':'||user_instrument_override||':'||coalesce(instrument_override_source,'-')||':'||"
-        "coalesce(instrument,'-') FROM samples WHERE user_instrument_override IS NOT NULL ORDER BY id");
-    snapshot.genres = raw.column(
-        "SELECT g.sample_id||':'||g.genre||':'||g.source||':'||(instr(coalesce(s.genre,''),g.genre)>0) FROM "
-        "sample_genres g JOIN samples s ON s.id=g.sample_id WHERE g.source<>'auto' ORDER BY g.sample_id,g.genre");
-    snapshot.playlists = raw.column(
-        "SELECT p.name||':'||i.sample_id||':'||i.position FROM playlist_items i JOIN playlists p ON "
-        "p.id=i.playlist_id ORDER BY p.name,i.position,i.sample_id");
+    for (const char* sql : {
+             "SELECT 'favourite '||id FROM samples WHERE favorite=1 ORDER BY id",
+             "SELECT 'type '||id||':'||user_type_override||':'||coalesce(type_override_source,'-')||':'||type FROM "
+             "samples WHERE user_type_override IS NOT NULL ORDER BY id",
+             "SELECT 'instrument '||id||':'||user_instrument_override||':'||coalesce(instrument_override_source,'-')||"
+             "':'||coalesce(instrument,'-') FROM samples WHERE user_instrument_override IS NOT NULL ORDER BY id",
+             "SELECT 'genre '||g.sample_id||':'||g.genre||':'||g.source||':'||(instr(coalesce(s.genre,''),g.genre)>0) FROM "
+             "sample_genres g JOIN samples s ON s.id=g.sample_id WHERE g.source<>'auto' ORDER BY g.sample_id,g.genre",
+             "SELECT 'playlist '||p.name||':'||i.sample_id||':'||i.position FROM playlist_items i JOIN playlists p ON "
+             "p.id=i.playlist_id ORDER BY p.name,i.position,i.sample_id"}) {
+        const auto rows = raw.column(sql);
+        snapshot.insert(snapshot.end(), rows.begin(), rows.end());
+    }
     return snapshot;
 }
 

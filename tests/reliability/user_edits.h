@@ -5,25 +5,27 @@
 
 #include "db/database.h"
 
+#include <algorithm>
 #include <filesystem>
-#include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qv::test {
 
-// Each list is sorted, one line per row.
-struct UserEditSnapshot {
-    std::vector<std::string> favourites;   // sample id
-    std::vector<std::string> typeOverrides; // id:override:source:effective type
-    std::vector<std::string> instrumentOverrides; // id:override:source:effective instrument
-    std::vector<std::string> genres;       // id:genre:source, the user's rows only
-    std::vector<std::string> playlists;    // name:sample id:position
+// One line per row, each kind sorted on its own:
+//   "favourite <id>"
+//   "type <id>:<override>:<source>:<effective type>"
+//   "instrument <id>:<override>:<source>:<effective instrument>"
+//   "genre <id>:<genre>:<source>:<shown>", the user's rows only
+//   "playlist <name>:<sample id>:<position>"
+using UserEditSnapshot = std::vector<std::string>;
 
-    bool operator==(const UserEditSnapshot&) const = default;
-};
-
-void PrintTo(const UserEditSnapshot& snapshot, std::ostream* out);
+// The lines of one kind, named with its trailing space ("favourite ").
+inline std::size_t countOf(const UserEditSnapshot& snapshot, std::string_view kind)
+{
+    return std::ranges::count_if(snapshot, [&](const std::string& line) { return line.starts_with(kind); });
+}
 
 // Favourites, a per-sample type override, folder type, instrument and genre overrides on
 // three different folders, and a playlist, all through the Database API, on samples
