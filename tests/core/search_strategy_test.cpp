@@ -11,21 +11,15 @@ using qv::StrategyFacts;
 // failing test elsewhere: its thresholds are pinned here.
 TEST(SearchStrategy, ChoosesByTheQueryAndWhatThePlanKnows)
 {
-    const auto query = [](auto&& set) {
-        SearchQuery q;
-        q.limit = 50;
-        set(q);
-        return q;
-    };
-    const SearchQuery all = query([](SearchQuery&) {});
-    const SearchQuery loops = query([](SearchQuery& q) { q.type = "Loop"; });
-    const SearchQuery deep = query([](SearchQuery& q) { q.type = "Loop", q.offset = 400000; });
-    const SearchQuery kick = query([](SearchQuery& q) { q.text = "kick"; });
-    const SearchQuery tempo = query([](SearchQuery& q) { q.bpm = 120; });
-    const SearchQuery longest = query([](SearchQuery& q) { q.type = "Loop", q.sortByDuration = true; });
-    const SearchQuery loved = query([](SearchQuery& q) { q.text = "kick", q.favoritesOnly = true; });
-    const SearchQuery key = query([](SearchQuery& q) { q.key = "A minor"; });
-    const SearchQuery none = query([](SearchQuery& q) { q.type = "Loop", q.limit = 0; });
+    const SearchQuery all{.limit = 50};
+    const SearchQuery loops{.type = "Loop", .limit = 50};
+    const SearchQuery deep{.type = "Loop", .limit = 50, .offset = 400000};
+    const SearchQuery kick{.text = "kick", .limit = 50};
+    const SearchQuery tempo{.bpm = 120, .limit = 50};
+    const SearchQuery longest{.type = "Loop", .sortByDuration = true, .limit = 50};
+    const SearchQuery loved{.text = "kick", .favoritesOnly = true, .limit = 50};
+    const SearchQuery key{.key = "A minor", .limit = 50};
+    const SearchQuery none{.type = "Loop", .limit = 0};
 
     const StrategyFacts dense{.keysListed = true, .matches = 300000, .highestId = 1000000};
     const StrategyFacts rare{.keysListed = true, .matches = 900, .highestId = 1000000};
@@ -79,19 +73,15 @@ TEST_F(TempoTarget, AnyNumberIsReadAsANumberByBothPlans)
         _db.setSearchPlan(plan);
         for (const auto& c : cases) {
             SCOPED_TRACE(c.target);
-            SearchQuery q;
-            q.bpm = c.target;
+            const SearchQuery q{.bpm = c.target};
             EXPECT_EQ(_db.countMatching(q), c.matches);
             EXPECT_EQ(static_cast<std::int64_t>(_db.search(q).size()), c.matches);
             EXPECT_EQ(_db.matchingIndex(q, twenty), c.position);
         }
     }
     std::vector<std::string> params;
-    SearchQuery q;
-    q.bpm = 120;
-    EXPECT_EQ(qv::searchOrder(q, params), "abs(s.bpm-120), s.filename COLLATE NOCASE, s.id");
-    q.bpm = -5;
-    EXPECT_EQ(qv::searchOrder(q, params), "abs(s.bpm-(-5)), s.filename COLLATE NOCASE, s.id");
+    EXPECT_EQ(qv::searchOrder({.bpm = 120}, params), "abs(s.bpm-120), s.filename COLLATE NOCASE, s.id");
+    EXPECT_EQ(qv::searchOrder({.bpm = -5}, params), "abs(s.bpm-(-5)), s.filename COLLATE NOCASE, s.id");
 }
 
 // Statements name their indexes from one header; an index that is not there would make
