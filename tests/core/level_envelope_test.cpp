@@ -33,7 +33,7 @@ Bytes floats(std::initializer_list<float> values)
 struct EnvelopeCase {
     const char* name;
     SampleEncoding encoding;
-    std::uint32_t channels, sampleRate;
+    std::uint32_t width, channels, sampleRate;
     Bytes data;
     std::vector<double> expected;
 };
@@ -44,25 +44,22 @@ TEST(LevelEnvelopeTest, EveryEncodingReachesFullScaleAtItsMostNegativeValue)
     constexpr float kInf = std::numeric_limits<float>::infinity();
     const EnvelopeCase cases[] = {
         // 200 Hz: blocks of two frames; the last block is partial.
-        {"8-bit unsigned", SampleEncoding::Unsigned8, 1, 200, {128, 0, 255, 192, 64}, {1.0, 127.0 / 128, 0.5}},
-        {"16-bit stereo", SampleEncoding::Signed16, 2, 100, littleEndian({0, -32768, 16384, -1, 1, 0}, 2),
+        {"8-bit unsigned", SampleEncoding::Unsigned8, 1, 1, 200, {128, 0, 255, 192, 64}, {1.0, 127.0 / 128, 0.5}},
+        {"16-bit stereo", SampleEncoding::Signed16, 2, 2, 100, littleEndian({0, -32768, 16384, -1, 1, 0}, 2),
          {1.0, 0.5, 1.0 / 32768}},
-        {"24-bit sign-extended", SampleEncoding::Signed24, 1, 150, littleEndian({-8388608, 8388607, -1, 4194304}, 3),
-         {1.0, 8388607.0 / 8388608, 1.0 / 8388608, 0.5}},
-        {"32-bit integer", SampleEncoding::Signed32, 1, 100,
+        {"24-bit sign-extended", SampleEncoding::Signed24, 3, 1, 150,
+         littleEndian({-8388608, 8388607, -1, 4194304}, 3), {1.0, 8388607.0 / 8388608, 1.0 / 8388608, 0.5}},
+        {"32-bit integer", SampleEncoding::Signed32, 4, 1, 100,
          littleEndian({std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max(), -1073741824}, 4),
          {1.0, 2147483647.0 / 2147483648.0, 0.5}},
         // 300 Hz: blocks of three stereo frames; non-finite samples count as 0, overs stay.
-        {"32-bit float", SampleEncoding::Float32, 2, 300,
+        {"32-bit float", SampleEncoding::Float32, 4, 2, 300,
          floats({0.5f, -0.75f, kNaN, 0.1f, kInf, -kInf, -0.25f, 0.0f, 0.0f, 1.5f}), {0.75, 1.5}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const std::uint32_t width = c.encoding == SampleEncoding::Unsigned8 ? 1
-                                    : c.encoding == SampleEncoding::Signed16 ? 2
-                                    : c.encoding == SampleEncoding::Signed24 ? 3 : 4;
-        const WaveLayout layout{c.encoding, c.channels, c.sampleRate, width * c.channels, 0,
-                                c.data.size() / (width * c.channels)};
+        const WaveLayout layout{c.encoding, c.channels, c.sampleRate, c.width * c.channels, 0,
+                                c.data.size() / (c.width * c.channels)};
         ByteSource source(c.data);
         EXPECT_EQ(LevelEnvelope::measure(source, layout), c.expected);
     }

@@ -15,13 +15,10 @@
 namespace {
 
 using qv::test::qpath;
+using qv::test::readFile;
 using qv::testkit::TempDir;
 
-QString readText(const std::filesystem::path& path)
-{
-    return QString::fromStdString(qv::test::readFile(path));
-}
-
+// Disabled, nothing is recorded and no file or folder is made.
 TEST(PlayheadDiagnostics, OnlyOneYesOrTrueInAnyCaseEnables)
 {
     struct Case {
@@ -34,6 +31,13 @@ TEST(PlayheadDiagnostics, OnlyOneYesOrTrueInAnyCaseEnables)
                           Case{"on", false}, Case{"y", false}}) {
         EXPECT_EQ(QVPlayheadDiagnostics::enabledForValue(c.value), c.enabled) << (c.value ? c.value : "(unset)");
     }
+    TempDir dir;
+    QVPlayheadDiagnostics diagnostics({.enabled = false, .logPath = qpath(dir / "logs/p.log")});
+    diagnostics.record("ignored");
+    diagnostics.flushNow();
+    diagnostics.waitForWrites();
+    EXPECT_TRUE(diagnostics.lines().isEmpty());
+    EXPECT_FALSE(std::filesystem::exists(dir / "logs"));
 }
 
 TEST(PlayheadDiagnostics, TheFileHoldsTheLast1200LinesWrittenWholeAtMostEveryFiveSeconds)
@@ -44,7 +48,7 @@ TEST(PlayheadDiagnostics, TheFileHoldsTheLast1200LinesWrittenWholeAtMostEveryFiv
 
     // The session-start line is the first record, and the first record always flushes.
     diagnostics.waitForWrites();
-    const QString start = readText(log);
+    const QString start = QString::fromStdString(readFile(log));
     EXPECT_TRUE(QRegularExpression("^\\d+\\.\\d{3} session-start diagnostics=v2 interval=0\\.12 snapshot=2\\.0 "
                                    "stall-threshold=2\\.0 heartbeat=0\\.5 max-lines=1200\\n$")
                     .match(start)
@@ -54,11 +58,11 @@ TEST(PlayheadDiagnostics, TheFileHoldsTheLast1200LinesWrittenWholeAtMostEveryFiv
     for (int i = 0; i < 1300; ++i) diagnostics.record(QStringLiteral("line %1").arg(i));
     diagnostics.record(QString());
     diagnostics.waitForWrites();
-    EXPECT_EQ(readText(log), start) << "within 5 s of the last flush nothing is written";
+    EXPECT_EQ(readFile(log), start.toStdString()) << "within 5 s of the last flush nothing is written";
 
     diagnostics.flushNow();
     diagnostics.waitForWrites();
-    const QString text = readText(log);
+    const QString text = QString::fromStdString(readFile(log));
     ASSERT_TRUE(text.endsWith('\n'));
     const QStringList lines = text.chopped(1).split('\n');
     ASSERT_EQ(lines.size(), 1200);
@@ -73,17 +77,6 @@ TEST(PlayheadDiagnostics, TheFileHoldsTheLast1200LinesWrittenWholeAtMostEveryFiv
         previous = match.captured(1).toDouble();
     }
     EXPECT_EQ(diagnostics.lines(), lines);
-}
-
-TEST(PlayheadDiagnostics, DisabledRecordsNothingAndWritesNoFile)
-{
-    TempDir dir;
-    QVPlayheadDiagnostics diagnostics({.enabled = false, .logPath = qpath(dir / "logs/p.log")});
-    diagnostics.record("ignored");
-    diagnostics.flushNow();
-    diagnostics.waitForWrites();
-    EXPECT_TRUE(diagnostics.lines().isEmpty());
-    EXPECT_FALSE(std::filesystem::exists(dir / "logs"));
 }
 
 TEST(PlayheadDiagnostics, ABlockedGuiThreadIsRecordedOnceWithItsLength)

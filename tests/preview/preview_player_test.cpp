@@ -30,9 +30,8 @@ TEST(PreviewPlayer, PlaysSeeksPausesAndRewindsAtTheEndReadyToRepeat)
     TempDir dir;
     writeTone(dir / "tone.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0.6);
     auto player = clockPlayer(dir / "tone.wav");
-    ASSERT_TRUE(player);
+    ASSERT_TRUE(player && player->prepareToPlay());
     EXPECT_DOUBLE_EQ(player->duration(), 0.6);
-    ASSERT_TRUE(player->prepareToPlay());
     EXPECT_EQ(player->currentTime(), 0.0);
     EXPECT_FALSE(player->isPlaying());
 
@@ -126,8 +125,7 @@ TEST(PreviewPlayer, FilesThatCannotPlaySayWhy)
     for (std::size_t i = bytes.size() / 3; i < bytes.size(); ++i) bytes[i] = char(i * 7919 % 251);
     qv::testkit::writeFile(dir / "broken.flac", bytes);
     auto broken = clockPlayer(dir / "broken.flac");
-    ASSERT_TRUE(broken);
-    ASSERT_TRUE(broken->prepareToPlay());
+    ASSERT_TRUE(broken && broken->prepareToPlay());
     QSignalSpy failed(broken.get(), &PreviewPlayer::decodeErrorDidOccur);
     QSignalSpy finished(broken.get(), &PreviewPlayer::didFinishPlaying);
     ASSERT_TRUE(broken->play());

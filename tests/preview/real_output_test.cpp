@@ -59,8 +59,7 @@ TEST(NoServer, PlayFailsWithAClearErrorInsteadOfHanging)
     TempDir dir;
     writeTone(dir / "tone.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0.2);
     auto player = PreviewPlayer::create(qpath(dir / "tone.wav"), nullptr);
-    ASSERT_TRUE(player);
-    ASSERT_TRUE(player->prepareToPlay());
+    ASSERT_TRUE(player && player->prepareToPlay());
     EXPECT_FALSE(player->play());
     EXPECT_FALSE(player->isPlaying());
     EXPECT_TRUE(player->errorText().contains("No audio output device")) << player->errorText().toStdString();

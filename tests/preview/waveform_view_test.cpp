@@ -25,10 +25,7 @@ using qv::testkit::TempDir;
 // exactly 3 pixels (bar i covers columns 5 + 3i and 6 + 3i) and the middle row is 20.
 constexpr int kWidth = 586;
 constexpr int kHeight = 40;
-int barColumn(int bar)
-{
-    return 5 + 3 * bar + 1;
-}
+constexpr int barColumn(int bar) { return 5 + 3 * bar + 1; }
 
 const QColor kUnplayed(107, 107, 107);
 const QColor kBackground(14, 14, 14);
