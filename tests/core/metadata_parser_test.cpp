@@ -37,9 +37,7 @@ TEST(MetadataParserTest, TempoIsReadFromTheFirstShapeThatYieldsOne)
         {"Pad 90 loop 120bpm", 120},          // shape order, not position, decides
     };
     const MetadataParser parser;
-    for (const auto& c : cases) {
-        EXPECT_EQ(parser.parseBpm(c.text), c.bpm) << c.text;
-    }
+    for (const auto& c : cases) EXPECT_EQ(parser.parseBpm(c.text), c.bpm) << c.text;
 }
 
 TEST(MetadataParserTest, TextsLongerThanANameAreNotSearched)
@@ -73,9 +71,7 @@ TEST(MetadataParserTest, KeysAreNormalisedToSharpsAndModes)
         {"Vox a cappella", "A"},        // a lone letter is read as a note
     };
     const MetadataParser parser;
-    for (const auto& c : cases) {
-        EXPECT_EQ(parser.parseKey(c.text), c.expected) << c.text;
-    }
+    for (const auto& c : cases) EXPECT_EQ(parser.parseKey(c.text), c.expected) << c.text;
 }
 
 TEST(MetadataParserTest, InstrumentIsTheFirstTableKeywordAnywhereInTheName)
@@ -91,9 +87,7 @@ TEST(MetadataParserTest, InstrumentIsTheFirstTableKeywordAnywhereInTheName)
         {"FX", "FX"},                      // the padding makes ends count as spaces
     };
     const MetadataParser parser;
-    for (const auto& c : cases) {
-        EXPECT_EQ(parser.parseInstrument(c.text), c.expected) << c.text;
-    }
+    for (const auto& c : cases) EXPECT_EQ(parser.parseInstrument(c.text), c.expected) << c.text;
 }
 
 TEST(MetadataParserTest, InstrumentSpellingsFoldOntoOneName)
@@ -105,9 +99,7 @@ TEST(MetadataParserTest, InstrumentSpellingsFoldOntoOneName)
         {"CYMBALS", "Cymbal"},   {"bass", "Bass"},        {"Open Hat", "Open Hat"}, {"open hat", "Open hat"},
         {"808", "808"},          {"", ""},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(normalizedInstrument(c.text), c.expected) << c.text;
-    }
+    for (const auto& c : cases) EXPECT_EQ(normalizedInstrument(c.text), c.expected) << c.text;
 }
 
 struct PipelineCase {
