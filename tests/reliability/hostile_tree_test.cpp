@@ -106,7 +106,7 @@ TEST_F(HostileTree, LinkCycleStopsTheScanWithoutLosingRecordsOrEdits)
         << message;
     EXPECT_EQ(qv::test::readUserEdits(_dbFile), edits);
 
-    // The vanished file's record was still there.
+    // The rescan still finds the vanished file's record to remove: the stopped scan kept it.
     fs::remove(_root / "Drums/Loop A.wav");
     fs::remove(_root / "Drums/Loop B.wav");
     const auto stats = scan();
