@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -47,10 +48,12 @@ public:
     }
 
     // Blocks until `count` jobs have started (and are held).
-    void waitForStarted(int count)
+    // False when fewer than `count` jobs started within five seconds, so that a broken
+    // queue fails the test instead of hanging it.
+    [[nodiscard]] bool waitForStarted(int count)
     {
         std::unique_lock lock(_mutex);
-        _changed.wait(lock, [&] { return _started.size() >= count; });
+        return _changed.wait_for(lock, std::chrono::seconds(5), [&] { return _started.size() >= count; });
     }
 
     QStringList started() const

@@ -52,7 +52,7 @@ TEST_F(WaveformQueueTest, OnScreenRequestsOvertakePreloadsAndANewGenerationCance
 {
     request("/running-preload", true);
     request("/running-onscreen", false);
-    _decoder.waitForStarted(2);
+    ASSERT_TRUE(_decoder.waitForStarted(2));
     request("/waiting-preload-1", true);
     request("/waiting-preload-2", true);
     request("/waiting-onscreen", false);

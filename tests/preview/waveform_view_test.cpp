@@ -205,7 +205,7 @@ TEST_F(WaveformViewTest, AnswersForAFileNoLongerShownAreIgnored)
     // priority, and keeps asking after a new preload generation cancels that job...
     _queue.requestKey("a", "/busy-a", false);
     _queue.requestKey("b", "/busy-b", false);
-    _decoder.waitForStarted(4);
+    ASSERT_TRUE(_decoder.waitForStarted(4));
     row.loadCachedAudioAtPath("/polled.wav", 1, 2);
     EXPECT_EQ(_queue.pendingJobCount(), 3u);
     _queue.beginPreloadGeneration();
