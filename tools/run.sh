@@ -43,5 +43,6 @@ cat <<MSG
 Try:
   $cli libraries
   find "$demo" -name '*.wav' | head -3 | xargs -d '\n' $cli inspect
+  find "$demo" -name '*.wav' | head -1 | xargs -d '\n' $cli peaks
   $cli --help
 MSG
