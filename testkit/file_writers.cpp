@@ -81,20 +81,20 @@ void trackChunk(std::string& out, std::string events)
 
 std::string waveBytes(const AudioBuffer& audio, Encoding encoding, std::optional<ListAt> info)
 {
-    WaveSpec spec;
-    spec.sampleRate = static_cast<std::uint32_t>(audio.sampleRate);
-    spec.channels = static_cast<std::uint16_t>(audio.channels);
-    if (encoding == Encoding::Pcm24) spec.encoding = WaveEncoding::Pcm24;
+    WaveSpec wave;
+    wave.sampleRate = static_cast<std::uint32_t>(audio.sampleRate);
+    wave.channels = static_cast<std::uint16_t>(audio.channels);
+    if (encoding == Encoding::Pcm24) wave.encoding = WaveEncoding::Pcm24;
     if (encoding == Encoding::Float32) {
-        spec.encoding = WaveEncoding::Float32;
-        spec.factChunk = true;
+        wave.encoding = WaveEncoding::Float32;
+        wave.factChunk = true;
     }
     if (info) {
-        spec.listChunk = "INFO";
-        chunk(spec.listChunk, "ISFT", std::string_view("qv-genlib\0", 10));
-        spec.listAt = *info;
+        wave.listChunk = "INFO";
+        chunk(wave.listChunk, "ISFT", std::string_view("qv-genlib\0", 10));
+        wave.listAt = *info;
     }
-    return testkit::waveBytes(audio.samples, spec);
+    return testkit::waveBytes(audio.samples, wave);
 }
 
 std::string corruptWaveBytes(const AudioBuffer& audio, Corruption corruption, Rng& rng)
