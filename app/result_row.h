@@ -1,0 +1,83 @@
+// QVResultRow: one row of the results page. A sample row (56 px) shows a round play
+// control, the file name over a line of metadata links, a love heart and the sample's
+// waveform; a library row (76 px) shows the library's label, its path, its sample count
+// and whether it is offline.
+//
+// Rows are pooled by QVResultsView and reused across pages, so `configure` only sets
+// texts and states on child widgets made once in the constructor. The row knows its
+// index on the page and puts it on every signal; mouse presses on the body are left to
+// the view (the row does not accept them).
+//
+// Metadata links have hrefs "field:value", the value percent-encoded; fields are "type",
+// "instrument", "genre", "key", "bpm" and "duration" (seconds, as text).
+// GUI thread only.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+
+#include <utility>
+
+class QLabel;
+class QToolButton;
+class QVWaveformView;
+
+namespace qv {
+struct Sample;
+struct Library;
+class WaveformQueue;
+} // namespace qv
+
+class QVResultRow : public QWidget {
+    Q_OBJECT
+public:
+    explicit QVResultRow(qv::WaveformQueue& queue, QWidget* parent = nullptr);
+
+    void configure(const qv::Sample& sample, int row);
+    void configureLibrary(const qv::Library& library, bool available, int row);
+
+    int row() const { return _row; }
+    bool isLibraryRow() const { return _libraryRow; }
+    bool isSelected() const { return _selected; }
+    void setSelected(bool selected);
+    bool isPlaying() const { return _playing; }
+    void setPlaying(bool playing);
+
+    QVWaveformView* waveform() const { return _waveform; }
+    QToolButton* playButton() const { return _play; }
+    QToolButton* heartButton() const { return _heart; }
+    QString fileName() const;
+    QLabel* metadataLabel() const { return _metadata; }
+
+    // The rich text of a sample's metadata line, links in `linkColour`.
+    static QString metadataHtml(const qv::Sample& sample, const QColor& linkColour);
+    // (field, value) of a metadata href; an empty field when it is not one of ours.
+    static std::pair<QString, QString> parseMetadataLink(const QString& href);
+
+signals:
+    void playClicked(int row);
+    void heartClicked(int row);
+    void metadataLinkActivated(int row, const QString& field, const QString& value);
+    void waveformSeek(int row, double seconds);
+    void waveformDoubleClicked(int row);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    void setLibraryMode(bool library);
+
+    QToolButton* _play;
+    QLabel* _name;
+    QLabel* _detail;   // a library's path
+    QLabel* _metadata;
+    QToolButton* _heart;
+    QVWaveformView* _waveform;
+    int _row = -1;
+    bool _libraryRow = false;
+    bool _selected = false;
+    bool _hovered = false;
+    bool _playing = false;
+};
