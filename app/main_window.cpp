@@ -1,0 +1,412 @@
+#include "main_window.h"
+
+#include "icons.h"
+#include "player_panel.h"
+#include "results_view.h"
+#include "startup_logic.h"
+
+#include <QApplication>
+#include <QBoxLayout>
+#include <QComboBox>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QFrame>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMimeData>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QTreeWidget>
+
+namespace {
+
+QString styleSheetFor(const qv::WindowTheme& t)
+{
+    const QString accent = t.accent.name();
+    const QString panel = t.panel.name();
+    const QString raised = t.panel.lighter(125).name();
+    const QString hover = t.panel.lighter(145).name();
+    const QString muted = t.mutedText.name();
+    const QString line = t.panel.lighter(160).name();
+    return QStringLiteral(R"(
+QWidget#sidebar, QWidget#playerPanel { background: %2; }
+QWidget#playerPanel { border-top: 1px solid %6; }
+QWidget#sidebar { border-right: 1px solid %6; }
+QLabel#brand { font-weight: 700; letter-spacing: 2px; font-size: 13px; }
+QLabel#heading { color: %5; font-size: 10px; font-weight: 700; letter-spacing: 1px; padding-top: 8px; }
+QLabel#caption { color: %5; font-size: 11px; }
+QLabel#status { color: %5; }
+QLabel#playerDetail, QLabel#playerClock { color: %5; }
+QLabel#playerTitle { font-weight: 600; }
+QPushButton#nav { text-align: left; padding: 5px 10px; border: none; border-radius: 6px; background: transparent; }
+QPushButton#nav:hover { background: %4; }
+QPushButton#nav:checked { background: %1; color: white; }
+QPushButton#addLibrary { padding: 7px 10px; border-radius: 7px; background: %3; border: 1px solid %6; }
+QPushButton#addLibrary:hover, QPushButton#emptyAdd:hover { background: %4; }
+QPushButton#emptyAdd { padding: 9px 22px; border-radius: 8px; background: %1; color: white; border: none; font-weight: 600; }
+QLineEdit#search { padding: 7px 10px; border-radius: 9px; background: %3; border: 1px solid %6; font-size: 13px; }
+QLineEdit#search:focus { border: 1px solid %1; }
+QComboBox { padding: 4px 10px; border-radius: 7px; background: %3; border: 1px solid %6; min-width: 110px; }
+QPushButton#pill, QPushButton#pager { padding: 4px 12px; border-radius: 7px; background: %3; border: 1px solid %6; }
+QPushButton#pill:hover, QPushButton#pager:hover { background: %4; }
+QPushButton#pager:disabled { color: #6e6a7a; background: transparent; }
+QPushButton#header { border: none; background: transparent; color: %5; font-weight: 600; padding: 2px 6px; text-align: left; }
+QPushButton#header:hover { color: white; }
+QTreeWidget, QListWidget { background: transparent; border: none; }
+QTreeWidget::item, QListWidget::item { padding: 3px 2px; border-radius: 5px; }
+QTreeWidget::item:selected, QListWidget::item:selected { background: %1; color: white; }
+QWidget#discovery { background: %2; border-radius: 10px; }
+QLabel#discoveryTitle { font-weight: 700; }
+QLabel#emptyTitle { font-size: 26px; font-weight: 800; letter-spacing: 4px; }
+QLabel#emptyLine { color: %5; font-size: 14px; }
+QToolButton#playButton { background: %1; border-radius: 22px; }
+QToolButton#playButton:disabled { background: %3; }
+QToolButton:hover { background: %4; border-radius: 6px; }
+QToolButton#playerHeart { font-size: 18px; color: %1; }
+QSlider::groove:horizontal { height: 4px; background: %6; border-radius: 2px; }
+QSlider::sub-page:horizontal { background: %1; border-radius: 2px; }
+QSlider::handle:horizontal { background: white; width: 12px; margin: -5px 0; border-radius: 6px; }
+QSlider#seekSlider::handle:horizontal { width: 8px; margin: -3px 0; border-radius: 4px; }
+QScrollBar:vertical { background: transparent; width: 10px; }
+QScrollBar::handle:vertical { background: %6; border-radius: 4px; min-height: 30px; }
+QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }
+)")
+        .arg(accent, panel, raised, hover, muted, line);
+}
+
+} // namespace
+
+QVMainWindow::QVMainWindow(const qv::WindowTheme& theme, qv::WaveformQueue& waveforms, QWidget* parent)
+    : QMainWindow(parent)
+    , _theme(theme)
+    , _waveforms(waveforms)
+{
+    setWindowTitle(QString::fromUtf8(qv::kWindowTitle));
+    setAcceptDrops(true);
+    setStyleSheet(styleSheetFor(theme));
+    QPalette palette = this->palette();
+    palette.setColor(QPalette::Window, theme.background);
+    setPalette(palette);
+
+    // Launch step 7: the root view; every panel goes inside it.
+    auto* root = new QWidget(this);
+    root->setObjectName(QStringLiteral("root"));
+    setCentralWidget(root);
+    _outerLayout = new QVBoxLayout(root);
+    _outerLayout->setContentsMargins(0, 0, 0, 0);
+    _outerLayout->setSpacing(0);
+    auto* body = new QHBoxLayout;
+    body->setSpacing(0);
+    _outerLayout->addLayout(body, 1);
+
+    _sidebar = new QWidget(root);
+    _sidebar->setObjectName(QStringLiteral("sidebar"));
+    _sidebar->setAttribute(Qt::WA_StyledBackground);
+    _sidebar->setFixedWidth(248);
+    _sidebarLayout = new QVBoxLayout(_sidebar);
+    _sidebarLayout->setContentsMargins(14, 14, 14, 12);
+    _sidebarLayout->setSpacing(2);
+    body->addWidget(_sidebar);
+
+    auto* main = new QWidget(root);
+    _mainLayout = new QVBoxLayout(main);
+    _mainLayout->setContentsMargins(18, 14, 18, 8);
+    _mainLayout->setSpacing(10);
+    body->addWidget(main, 1);
+}
+
+QLabel* QVMainWindow::heading(const QString& text)
+{
+    auto* label = new QLabel(text, _sidebar);
+    label->setObjectName(QStringLiteral("heading"));
+    return label;
+}
+
+QPushButton* QVMainWindow::sidebarButton(const QString& text, const QString& symbol)
+{
+    auto* button = new QPushButton(qv::symbolIcon(symbol, _theme.mutedText), text, _sidebar);
+    button->setObjectName(QStringLiteral("nav"));
+    button->setCheckable(true);
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setCursor(Qt::PointingHandCursor);
+    return button;
+}
+
+void QVMainWindow::buildBrandHeader()
+{
+    auto* row = new QHBoxLayout;
+    auto* icon = new QLabel(_sidebar);
+    QPixmap mark(28, 28);
+    mark.fill(Qt::transparent);
+    {
+        QPainter p(&mark);
+        p.setRenderHint(QPainter::Antialiasing);
+        p.setBrush(_theme.accent);
+        p.setPen(Qt::NoPen);
+        p.drawRoundedRect(QRectF(0, 0, 28, 28), 7, 7);
+        p.setPen(QPen(Qt::white, 2.2, Qt::SolidLine, Qt::RoundCap));
+        const int bars[] = {6, 12, 18, 10, 4};
+        for (int i = 0; i < 5; ++i) p.drawLine(QPointF(6 + i * 4, 14 - bars[i] / 2.0), QPointF(6 + i * 4, 14 + bars[i] / 2.0));
+    }
+    icon->setPixmap(mark);
+    auto* brand = new QLabel(QStringLiteral("QUORVALINDER"), _sidebar);
+    brand->setObjectName(QStringLiteral("brand"));
+    row->addWidget(icon);
+    row->addWidget(brand, 1);
+    _sidebarLayout->addLayout(row);
+    _sidebarLayout->addSpacing(10);
+}
+
+void QVMainWindow::buildSidebar()
+{
+    _sidebarLayout->addWidget(heading(QStringLiteral("LIBRARY")));
+    const struct {
+        const char* title;
+        const char* symbol;
+        int tag;
+    } nav[] = {{"All Samples", "folder", 0}, {"Favorites", "emblem-favorite", 4}, {"Libraries", "folder-new", 6}};
+    for (const auto& entry : nav) {
+        QPushButton* button = sidebarButton(QString::fromUtf8(entry.title), QString::fromUtf8(entry.symbol));
+        navButtons.push_back({button, entry.tag});
+        _sidebarLayout->addWidget(button);
+    }
+
+    _sidebarLayout->addWidget(heading(QStringLiteral("ALL SAMPLES")));
+    for (const char* type : {"Loop", "One Shot", "MIDI"}) {
+        QPushButton* button = sidebarButton(QString::fromUtf8(type) + QStringLiteral("s"), QStringLiteral("media-playback-start"));
+        button->setProperty("sectionType", QString::fromUtf8(type));
+        categoryButtons.push_back(button);
+        _sidebarLayout->addWidget(button);
+    }
+
+    _sidebarLayout->addWidget(heading(QStringLiteral("FOLDERS")));
+    folderTree = new QTreeWidget(_sidebar);
+    folderTree->setHeaderHidden(true);
+    folderTree->setColumnCount(1);
+    folderTree->setFocusPolicy(Qt::NoFocus);
+    folderTree->setIndentation(14);
+    _sidebarLayout->addWidget(folderTree, 3);
+
+    _sidebarLayout->addWidget(heading(QStringLiteral("PLAYLISTS")));
+    playlistTable = new QListWidget(_sidebar);
+    playlistTable->setFocusPolicy(Qt::NoFocus);
+    playlistTable->setAcceptDrops(true);
+    _sidebarLayout->addWidget(playlistTable, 1);
+
+    // The plus is drawn: the full-width plus sign is missing from common Linux fonts.
+    addLibraryButton = new QPushButton(qv::symbolIcon(QStringLiteral("list-add")), QStringLiteral("Add Sample Folder"), _sidebar);
+    addLibraryButton->setObjectName(QStringLiteral("addLibrary"));
+    addLibraryButton->setCursor(Qt::PointingHandCursor);
+    addLibraryButton->setFocusPolicy(Qt::NoFocus);
+    connect(addLibraryButton, &QPushButton::clicked, this, &QVMainWindow::addLibraryRequested);
+    _sidebarLayout->addSpacing(6);
+    _sidebarLayout->addWidget(addLibraryButton);
+    auto* caption = new QLabel(QStringLiteral("Enjoy finding your samples easily."), _sidebar);
+    caption->setObjectName(QStringLiteral("caption"));
+    caption->setAlignment(Qt::AlignCenter);
+    _sidebarLayout->addWidget(caption);
+}
+
+void QVMainWindow::buildSearchRow()
+{
+    auto* row = new QHBoxLayout;
+    search = new QLineEdit(this);
+    search->setObjectName(QStringLiteral("search"));
+    search->setPlaceholderText(QStringLiteral("Search samples\u2026"));
+    search->addAction(qv::symbolIcon(QStringLiteral("edit-find"), _theme.mutedText), QLineEdit::LeadingPosition);
+    search->setAttribute(Qt::WA_MacShowFocusRect, false);
+    search->setClearButtonEnabled(false);
+    clearSearch = new QToolButton(this);
+    clearSearch->setText(QStringLiteral("\u2715"));
+    clearSearch->setToolTip(QStringLiteral("Clear search"));
+    clearSearch->setAutoRaise(true);
+    clearSearch->setFocusPolicy(Qt::NoFocus);
+    clearSearch->setVisible(false);
+    row->addWidget(search, 1);
+    row->addWidget(clearSearch);
+    _mainLayout->addLayout(row);
+}
+
+void QVMainWindow::buildFilters()
+{
+    _filtersRow = new QWidget(this);
+    auto* row = new QHBoxLayout(_filtersRow);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(8);
+    for (const char* name : {"Instrument", "BPM", "Key"}) {
+        auto* popup = new QComboBox(_filtersRow);
+        popup->setObjectName(QString::fromUtf8(name));
+        popup->setToolTip(QString::fromUtf8(name));
+        popup->setFocusPolicy(Qt::NoFocus);
+        popup->addItem(QStringLiteral("All"));
+        filters.push_back(popup);
+        auto* label = new QLabel(QString::fromUtf8(name), _filtersRow);
+        label->setObjectName(QStringLiteral("caption"));
+        row->addWidget(label);
+        row->addWidget(popup);
+    }
+    clearFilters = new QPushButton(QStringLiteral("Clear Filters"), _filtersRow);
+    clearFilters->setObjectName(QStringLiteral("pill"));
+    clearFilters->setFocusPolicy(Qt::NoFocus);
+    row->addWidget(clearFilters);
+    row->addStretch(1);
+    statusLabel = new QLabel(_filtersRow);
+    statusLabel->setObjectName(QStringLiteral("status"));
+    row->addWidget(statusLabel);
+    _mainLayout->addWidget(_filtersRow);
+}
+
+void QVMainWindow::buildPagination()
+{
+    paginationGroup = new QWidget(this);
+    auto* row = new QHBoxLayout(paginationGroup);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(8);
+    pagePrevious = new QPushButton(QStringLiteral("\u2039 Previous"), paginationGroup);
+    pageLabel = new QLabel(QStringLiteral("Page 1 of 1"), paginationGroup);
+    pageLabel->setObjectName(QStringLiteral("caption"));
+    pageNext = new QPushButton(QStringLiteral("Next \u203a"), paginationGroup);
+    for (QPushButton* b : {pagePrevious, pageNext}) {
+        b->setObjectName(QStringLiteral("pager"));
+        b->setFocusPolicy(Qt::NoFocus);
+        b->setEnabled(false);
+    }
+    row->addWidget(pagePrevious);
+    row->addWidget(pageLabel);
+    row->addWidget(pageNext);
+}
+
+void QVMainWindow::buildResultsHeader()
+{
+    _headerRow = new QWidget(this);
+    auto* row = new QHBoxLayout(_headerRow);
+    row->setContentsMargins(56, 0, 0, 0);
+    row->setSpacing(12);
+    filenameHeader = new QPushButton(QStringLiteral("Filename"), _headerRow);
+    filenameHeader->setToolTip(QStringLiteral("Sort by filename"));
+    timeHeader = new QPushButton(QStringLiteral("Time"), _headerRow);
+    timeHeader->setToolTip(QStringLiteral("Sort by duration"));
+    bpmHeader = new QPushButton(QStringLiteral("BPM"), _headerRow);
+    bpmHeader->setToolTip(QStringLiteral("Sort by BPM"));
+    for (QPushButton* b : {filenameHeader, timeHeader, bpmHeader}) {
+        b->setObjectName(QStringLiteral("header"));
+        b->setFocusPolicy(Qt::NoFocus);
+        b->setCursor(Qt::PointingHandCursor);
+        b->setMinimumWidth(86);
+        row->addWidget(b);
+    }
+    row->addStretch(1);
+    row->addWidget(paginationGroup);
+    _mainLayout->addWidget(_headerRow);
+}
+
+void QVMainWindow::buildResultsTable()
+{
+    _resultsStack = new QStackedWidget(this);
+    table = new QVResultsView(_waveforms, _resultsStack);
+    _resultsStack->addWidget(table);
+    _mainLayout->addWidget(_resultsStack, 1);
+}
+
+void QVMainWindow::buildEmptyState()
+{
+    empty = new QWidget(_resultsStack);
+    auto* column = new QVBoxLayout(empty);
+    column->addStretch(2);
+    auto* title = new QLabel(QStringLiteral("QUORVALINDER"), empty);
+    title->setObjectName(QStringLiteral("emptyTitle"));
+    auto* line1 = new QLabel(QStringLiteral("Find every sample on your computer."), empty);
+    auto* line2 = new QLabel(QStringLiteral("Drag your sample folders here, or add them manually."), empty);
+    for (QLabel* label : {title, line1, line2}) {
+        label->setAlignment(Qt::AlignCenter);
+        column->addWidget(label);
+    }
+    line1->setObjectName(QStringLiteral("emptyLine"));
+    line2->setObjectName(QStringLiteral("emptyLine"));
+    column->addSpacing(18);
+    emptyAddButton = new QPushButton(QStringLiteral("Add Sample Folder"), empty);
+    emptyAddButton->setObjectName(QStringLiteral("emptyAdd"));
+    emptyAddButton->setCursor(Qt::PointingHandCursor);
+    connect(emptyAddButton, &QPushButton::clicked, this, &QVMainWindow::addLibraryRequested);
+    column->addWidget(emptyAddButton, 0, Qt::AlignHCenter);
+    column->addStretch(3);
+    _resultsStack->addWidget(empty);
+}
+
+void QVMainWindow::buildDiscoveryArea()
+{
+    // The featured sets arrive with their own work; until then a quiet strip says what
+    // the space is for instead of leaving a hole.
+    discovery = new QWidget(this);
+    discovery->setObjectName(QStringLiteral("discovery"));
+    discovery->setAttribute(Qt::WA_StyledBackground);
+    auto* row = new QHBoxLayout(discovery);
+    row->setContentsMargins(14, 10, 14, 10);
+    auto* title = new QLabel(QStringLiteral("Featured"), discovery);
+    title->setObjectName(QStringLiteral("discoveryTitle"));
+    auto* hint = new QLabel(QStringLiteral("Pin your favourite folders and playlists here for one-click access."), discovery);
+    hint->setObjectName(QStringLiteral("caption"));
+    row->addWidget(title);
+    row->addSpacing(12);
+    row->addWidget(hint, 1);
+    _mainLayout->insertWidget(2, discovery);
+}
+
+void QVMainWindow::setPlayerPanel(QVPlayerPanel* panel)
+{
+    player = panel;
+    panel->setParent(centralWidget());
+    _outerLayout->addWidget(panel);
+}
+
+void QVMainWindow::setEmptyStateVisible(bool visible)
+{
+    _resultsStack->setCurrentWidget(visible ? empty : static_cast<QWidget*>(table));
+    _headerRow->setVisible(!visible);
+}
+
+bool QVMainWindow::emptyStateVisible() const
+{
+    return _resultsStack->currentWidget() == empty;
+}
+
+void QVMainWindow::setStatus(const QString& text)
+{
+    statusLabel->setText(text);
+}
+
+QString QVMainWindow::status() const
+{
+    return statusLabel->text();
+}
+
+void QVMainWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    // Our own rows dragged out pass over the window too; only folders are taken.
+    if (event->source() == nullptr && event->mimeData()->hasUrls()) {
+        for (const QUrl& url : event->mimeData()->urls()) {
+            if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir()) {
+                event->acceptProposedAction();
+                return;
+            }
+        }
+    }
+    event->ignore();
+}
+
+void QVMainWindow::dropEvent(QDropEvent* event)
+{
+    QList<QUrl> folders;
+    for (const QUrl& url : event->mimeData()->urls()) {
+        if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir()) folders.append(url);
+    }
+    if (folders.isEmpty()) return;
+    event->acceptProposedAction();
+    emit foldersDropped(folders);
+}

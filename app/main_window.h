@@ -1,0 +1,103 @@
+#pragma once
+// The main window: builds the panels in launch order and holds them. It shows and
+// forwards; the rooms decide. Folders dropped anywhere on it are offered as libraries.
+
+#include "theme.h"
+
+#include <QList>
+#include <QMainWindow>
+#include <QUrl>
+
+#include <vector>
+
+class QComboBox;
+class QFrame;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QPushButton;
+class QStackedWidget;
+class QToolButton;
+class QTreeWidget;
+class QVPlayerPanel;
+class QVResultsView;
+class QVBoxLayout;
+
+namespace qv {
+class WaveformQueue;
+}
+
+class QVMainWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    QVMainWindow(const qv::WindowTheme& theme, qv::WaveformQueue& waveforms, QWidget* parent = nullptr);
+
+    // Launch steps 8 to 17, in that order.
+    void buildBrandHeader();
+    void buildSidebar();
+    void buildSearchRow();
+    void buildFilters();
+    void buildPagination();
+    void buildResultsHeader();
+    void buildResultsTable();
+    void buildEmptyState();
+    void buildDiscoveryArea();
+    void setPlayerPanel(QVPlayerPanel* panel);
+
+    void setEmptyStateVisible(bool visible);
+    bool emptyStateVisible() const;
+    void setStatus(const QString& text);
+    QString status() const;
+    const qv::WindowTheme& theme() const { return _theme; }
+
+    struct NavButton {
+        QPushButton* button;
+        int tag;
+    };
+
+    // Panels, for the rooms that fill them.
+    std::vector<NavButton> navButtons;
+    std::vector<QPushButton*> categoryButtons;
+    QTreeWidget* folderTree = nullptr;
+    QListWidget* playlistTable = nullptr;
+    QPushButton* addLibraryButton = nullptr;
+    QLineEdit* search = nullptr;
+    QToolButton* clearSearch = nullptr;
+    std::vector<QComboBox*> filters;
+    QPushButton* clearFilters = nullptr;
+    QLabel* statusLabel = nullptr;
+    QWidget* paginationGroup = nullptr;
+    QPushButton* pagePrevious = nullptr;
+    QLabel* pageLabel = nullptr;
+    QPushButton* pageNext = nullptr;
+    QPushButton* filenameHeader = nullptr;
+    QPushButton* timeHeader = nullptr;
+    QPushButton* bpmHeader = nullptr;
+    QVResultsView* table = nullptr;
+    QWidget* empty = nullptr;
+    QPushButton* emptyAddButton = nullptr;
+    QWidget* discovery = nullptr;
+    QVPlayerPanel* player = nullptr;
+
+signals:
+    void foldersDropped(const QList<QUrl>& urls);
+    void addLibraryRequested();
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    QLabel* heading(const QString& text);
+    QPushButton* sidebarButton(const QString& text, const QString& symbol);
+
+    qv::WindowTheme _theme;
+    qv::WaveformQueue& _waveforms;
+    QWidget* _sidebar = nullptr;
+    QVBoxLayout* _sidebarLayout = nullptr;
+    QVBoxLayout* _mainLayout = nullptr;
+    QVBoxLayout* _outerLayout = nullptr;
+    QStackedWidget* _resultsStack = nullptr;
+    QWidget* _filtersRow = nullptr;
+    QWidget* _headerRow = nullptr;
+};
