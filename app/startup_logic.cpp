@@ -37,7 +37,7 @@ QSize defaultContentSize(int mode)
 QSize parseSize(const QString& text)
 {
     static const QRegularExpression braces(QStringLiteral(R"(^\s*\{\s*(-?\d+(?:\.\d*)?)\s*,\s*(-?\d+(?:\.\d*)?)\s*\}\s*$)"));
-    static const QRegularExpression times(QStringLiteral(R"(^\s*(\d+(?:\.\d*)?)\s*[xX\u00d7]\s*(\d+(?:\.\d*)?)\s*$)"));
+    static const QRegularExpression times(QStringLiteral(R"(^\s*(\d+(?:\.\d*)?)\s*[xX\x{00d7}]\s*(\d+(?:\.\d*)?)\s*$)"));
     for (const QRegularExpression* pattern : {&braces, &times}) {
         const QRegularExpressionMatch match = pattern->match(text);
         if (match.hasMatch()) {

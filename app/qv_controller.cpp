@@ -1,0 +1,373 @@
+#include "qv_controller.h"
+
+#include "db/database.h"
+#include "key_router.h"
+#include "main_window.h"
+#include "playback.h"
+#include "player_panel.h"
+#include "playhead_diagnostics.h"
+#include "result_browser.h"
+#include "results_view.h"
+#include "scan_coordinator.h"
+#include "sidebar.h"
+#include "startup_logic.h"
+#include "theme.h"
+#include "warmup.h"
+#include "waveform_notifier.h"
+#include "waveform_queue.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QThreadPool>
+#include <QTimer>
+#include <QToolButton>
+
+#include <cstdlib>
+
+std::filesystem::path QVController::defaultDatabasePath()
+{
+    const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    return std::filesystem::path(base.toStdString()) / "Ostrelle" / "Quorvalinder" / "quorvalinder.db";
+}
+
+QVController::QVController(Options options, QObject* parent)
+    : QObject(parent)
+    , _options(std::move(options))
+    , _waveforms(qv::WaveformQueue::shared())
+{
+}
+
+QVController::~QVController()
+{
+    // A scan cannot be interrupted; the index is safe to leave mid-scan (the next scan
+    // finds what the last write group lost), so quitting never waits for one.
+    if (_scans && _scans->scanRunning()) {
+        QVPlayheadDiagnostics::shared().waitForWrites();
+        std::_Exit(0);
+    }
+    delete _keys;
+    delete _warmup;
+    delete _playback; // joins the decode worker
+    delete _browser;
+    delete _sidebar;
+    delete _scans;
+    _window.reset();
+    _database.reset();
+}
+
+void QVController::applicationDidFinishLaunching()
+{
+    // 1. The database; a failure to open it ends the launch.
+    const std::filesystem::path path =
+        _options.databasePath.empty() ? defaultDatabasePath() : _options.databasePath;
+    auto database = std::make_unique<qv::Database>(path);
+    _database = std::move(database);
+    step("database");
+
+    // 2. Which libraries are reachable, before anything is counted.
+    markLibraryAvailability();
+    step("library-availability");
+
+    // 3-4. Layout mode and the window's size.
+    readLayoutAndSize();
+    step("layout");
+
+    // 5-7. The window, always dark, in the chosen theme.
+    const qv::WindowTheme theme = qv::windowTheme(QSettings().value(QLatin1String(qv::kThemeSelectionKey)).toString());
+    if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance())) qv::applyDarkAppearance(*app, theme);
+    _window = std::make_unique<QVMainWindow>(theme, _waveforms);
+    const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
+                                                           : QRect(0, 0, 1920, 1080);
+    _window->setGeometry(qv::centeredFrame(_contentSize, visible));
+    buildMenu();
+    step("window");
+
+    // 8-17. The panels, top to bottom of the launch list.
+    _window->buildBrandHeader();
+    _window->buildSidebar();
+    _window->buildSearchRow();
+    _window->buildFilters();
+    _window->buildPagination();
+    _window->buildResultsHeader();
+    _window->buildResultsTable();
+    _window->buildEmptyState();
+    _window->buildDiscoveryArea();
+    step("panels");
+
+    wireRooms();
+
+    // 18. The waveform notifications.
+    qv::WaveformNotifier& notifier = _waveforms.notifier();
+    connect(&notifier, &qv::WaveformNotifier::QVWaveformCacheDidUpdate, this,
+            [this](const QString& path, const QVariantMap&) { _playback->waveformCacheUpdated(path); });
+    connect(&notifier, &qv::WaveformNotifier::QVWaveformDurationDidUpdate, this,
+            [this](const QString& path, const QVariantMap& info) { _playback->waveformDurationUpdated(path, info); });
+    step("notifications");
+
+    // 19. Sidebars (which build the player), the first page, the window, the warm-up.
+    reloadSidebars();
+    step("sidebars");
+    _browser->refresh();
+    step("refresh");
+    _window->show();
+    _window->table->setFocus(); // Space and the arrows act at once
+    step("show");
+    if (_options.warmUpAudio) {
+        _warmup = new QVAudioWarmup(*_window->centralWidget(), [this] { return _playback->hasPreviewPlayer(); });
+        _warmup->start();
+        step("warm-up");
+    }
+
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive) applicationDidBecomeActive();
+    });
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &QVController::applicationWillTerminate);
+    // A window without a window manager (a server, a test) is never told it is active;
+    // the first activation's steps run once regardless.
+    QTimer::singleShot(0, this, &QVController::applicationDidBecomeActive);
+}
+
+void QVController::markLibraryAvailability()
+{
+    for (const qv::Library& library : _database->libraries()) {
+        std::error_code error;
+        const bool available = std::filesystem::is_directory(library.path, error) && !error;
+        _database->setLibraryAvailable(library.path, available);
+    }
+}
+
+void QVController::readLayoutAndSize()
+{
+    const QSettings settings;
+    const QVariant stored = settings.value(QLatin1String(qv::kLayoutModeKey));
+    _state.layoutMode = qv::normalizedLayoutMode(stored.isValid(), stored.toLongLong());
+    const QString sizeText = settings.value(QLatin1String(qv::sizeKeyForMode(_state.layoutMode))).toString();
+    const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
+                                                           : QRect(0, 0, 1920, 1080);
+    _contentSize = qv::clampedContentSize(qv::storedContentSize(_state.layoutMode, sizeText), _state.layoutMode, visible);
+}
+
+void QVController::buildMenu()
+{
+    QMenu* menu = _window->menuBar()->addMenu(QStringLiteral("Quorvalinder"));
+    QAction* about = menu->addAction(QStringLiteral("About Quorvalinder"));
+    connect(about, &QAction::triggered, _window.get(), [this] {
+        QMessageBox::about(_window.get(), QStringLiteral("About Quorvalinder"),
+                           QStringLiteral("<b>Quorvalinder</b> %1<br>A sample browser for music producers.<br>© Ostrelle")
+                               .arg(QCoreApplication::applicationVersion()));
+    });
+    menu->addSeparator();
+    QAction* settings = menu->addAction(QStringLiteral("Settings\u2026"));
+    settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    connect(settings, &QAction::triggered, _window.get(), [this] {
+        QDialog dialog(_window.get());
+        dialog.setWindowTitle(QStringLiteral("Settings"));
+        auto* form = new QFormLayout(&dialog);
+        auto* theme = new QComboBox(&dialog);
+        theme->addItems({QStringLiteral("Purple"), QStringLiteral("Classic"), QStringLiteral("Green")});
+        theme->setCurrentText(_window->theme().name);
+        form->addRow(QStringLiteral("Theme"), theme);
+        auto* note = new QLabel(QStringLiteral("A new theme shows at the next start."), &dialog);
+        note->setObjectName(QStringLiteral("caption"));
+        form->addRow(note);
+        auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+        form->addRow(buttons);
+        connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+        connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+        if (dialog.exec() == QDialog::Accepted) {
+            QSettings().setValue(QLatin1String(qv::kThemeSelectionKey), theme->currentText());
+        }
+    });
+    menu->addSeparator();
+    QAction* quit = menu->addAction(QStringLiteral("Quit Quorvalinder"));
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit->setShortcutContext(Qt::ApplicationShortcut);
+    connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+}
+
+void QVController::wireRooms()
+{
+    QVMainWindow& w = *_window;
+    _sidebar = new QVSidebar(*_database, _state, w);
+
+    QVResultBrowser::Hooks browserHooks;
+    browserHooks.navigationEvent = [this](const char* event) { recordNavigationEvent(event); };
+    browserHooks.diagnosticSource = [this] { return _sidebar->diagnosticSource(); };
+    browserHooks.currentSampleId = [this]() -> std::optional<std::int64_t> {
+        if (_playback && _playback->currentSample()) return _playback->currentSample()->id;
+        return std::nullopt;
+    };
+    browserHooks.navigateSamples = [this](std::int64_t d, std::int64_t from) { _playback->navigateSamplesInDirection(d, from); };
+    browserHooks.focusRow = [this](std::int64_t row) { _playback->focusSampleRow(row); };
+    _browser = new QVResultBrowser(*_database, _state, w, _waveforms, browserHooks);
+    _scans = new QVScanCoordinator(*_database);
+
+    connect(_sidebar, &QVSidebar::contextChanged, _browser, &QVResultBrowser::resetPageAndRefresh);
+    connect(w.search, &QLineEdit::textChanged, _browser, [this](const QString& text) {
+        ++_state.browseContextGeneration;
+        _browser->searchTextChanged(text);
+    });
+    connect(w.clearSearch, &QToolButton::clicked, _browser, [this] {
+        ++_state.browseContextGeneration;
+        _browser->clearSearch();
+    });
+    connect(w.pagePrevious, &QPushButton::clicked, _browser, &QVResultBrowser::previousPage);
+    connect(w.pageNext, &QPushButton::clicked, _browser, &QVResultBrowser::nextPage);
+    connect(w.filenameHeader, &QPushButton::clicked, _browser, [this] { _browser->sortPressed(qv::SortColumn::Filename); });
+    connect(w.timeHeader, &QPushButton::clicked, _browser, [this] { _browser->sortPressed(qv::SortColumn::Time); });
+    connect(w.bpmHeader, &QPushButton::clicked, _browser, [this] { _browser->sortPressed(qv::SortColumn::Bpm); });
+    connect(w.table, &QVResultsView::visibleRowsChanged, _browser, &QVResultBrowser::preindexVisibleWaveforms);
+    connect(w.table, &QVResultsView::metadataLinkActivated, _sidebar,
+            [this](int, const QString& field, const QString& value) { _sidebar->applyLink(field, value); });
+
+    connect(&w, &QVMainWindow::addLibraryRequested, _scans, [this] { _scans->addLibrary(_window.get()); });
+    connect(&w, &QVMainWindow::foldersDropped, _scans, &QVScanCoordinator::handleDroppedURLs);
+    for (QObject* room : std::initializer_list<QObject*>{_browser, _scans}) {
+        connect(room, SIGNAL(statusMessage(QString)), w.statusLabel, SLOT(setText(QString)));
+    }
+    connect(_scans, &QVScanCoordinator::scanFinished, this, [this] {
+        reloadSidebars();
+        _browser->refresh();
+    });
+}
+
+void QVController::buildPlayer()
+{
+    auto* panel = new QVPlayerPanel(_waveforms);
+    _window->setPlayerPanel(panel);
+
+    QVPlayback::BrowserHooks hooks;
+    hooks.requestPageDelta = [this](std::int64_t delta) { _browser->requestPageDelta(delta); };
+    hooks.showPageNow = [this](std::int64_t page) { _browser->showPageNow(page); };
+    hooks.diagnosticSource = [this] { return _sidebar->diagnosticSource(); };
+    const qv::PreviewDecoder::PlayerFactory players =
+        _options.useAudioDevice ? qv::PreviewDecoder::devicePlayers()
+                                : [](const QString& path, QString* error) {
+                                      return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+                                  };
+    _playback = new QVPlayback(_state, *panel, *_window->table, hooks, players);
+    _playback->applyStoredSettings();
+    connect(_playback, &QVPlayback::statusMessage, _window->statusLabel, &QLabel::setText);
+
+    QVResultsView* table = _window->table;
+    connect(table, &QVResultsView::rowClicked, _playback, [this](int row) { _playback->loadSampleAtIndex(row, true); });
+    connect(table, &QVResultsView::rowDoubleClicked, _playback, [this](int row) {
+        if (_state.libraryMode) return;
+        _playback->loadSampleAtIndex(row, true);
+    });
+    connect(table, &QVResultsView::playClicked, _playback, [this](int row) { _playback->preview(row); });
+    connect(table, &QVResultsView::heartClicked, this, [this](int row) { toggleFavorite(row); });
+    connect(table, &QVResultsView::rowWaveformSeek, _playback,
+            [this](int row, double seconds) { _playback->seekRowWaveform(row, seconds); });
+    connect(table, &QVResultsView::rowWaveformDoubleClicked, _playback,
+            [this](int row) { _playback->previewRowWaveform(row); });
+
+    connect(panel, &QVPlayerPanel::playPausePressed, _playback, &QVPlayback::playerPlayPause);
+    connect(panel, &QVPlayerPanel::stopPressed, _playback, &QVPlayback::stopPlaybackAction);
+    connect(panel, &QVPlayerPanel::previousPressed, _playback, &QVPlayback::previousSample);
+    connect(panel, &QVPlayerPanel::nextPressed, _playback, &QVPlayback::nextSample);
+    connect(panel, &QVPlayerPanel::repeatPressed, _playback, &QVPlayback::repeatPressed);
+    connect(panel, &QVPlayerPanel::volumeChanged, _playback, &QVPlayback::volumeChanged);
+    connect(panel, &QVPlayerPanel::seekSliderMoved, _playback, &QVPlayback::seekPlayer);
+    connect(panel, &QVPlayerPanel::waveformSeek, _playback, &QVPlayback::seekWaveform);
+    connect(panel, &QVPlayerPanel::waveformDoubleClicked, _playback, &QVPlayback::playerPlayPause);
+    connect(panel, &QVPlayerPanel::favoritePressed, this, [this] {
+        const std::int64_t row = _playback->visibleIndexForPlayingSample();
+        if (row >= 0) toggleFavorite(row);
+    });
+}
+
+void QVController::reloadSidebars()
+{
+    if (!_playback) {
+        buildPlayer();
+    } else {
+        _playback->startPlayerProgressTimer();
+    }
+    if (!_keys) {
+        _keys = new QVKeyRouter(*_window, [this](qv::KeyAction action) {
+            switch (action) {
+            case qv::KeyAction::PlayPause: _playback->playerPlayPause(); break;
+            case qv::KeyAction::NextSample: _playback->nextSample(); break;
+            case qv::KeyAction::PreviousSample: _playback->previousSample(); break;
+            case qv::KeyAction::FindSamples:
+                _window->search->setFocus();
+                _window->search->selectAll();
+                break;
+            case qv::KeyAction::None: break;
+            }
+        });
+        qApp->installEventFilter(_keys);
+    }
+    _sidebar->reloadSidebars();
+}
+
+void QVController::applicationDidBecomeActive()
+{
+    _playback->startPlayerProgressTimer();
+    // The deferred steps run after the event that activated the window.
+    QTimer::singleShot(0, this, [this] {
+        _playback->applyStoredSettings(); // the player's look: repeat and volume
+    });
+    if (!_didRestoreLaunchLocation) {
+        _didRestoreLaunchLocation = true; // the stored launch place arrives with the sidebar work
+    }
+}
+
+void QVController::applicationWillTerminate()
+{
+    QVPlayheadDiagnostics& log = QVPlayheadDiagnostics::shared();
+    log.record(QStringLiteral("timer-invalidate reason=terminate"));
+    log.flushNow();
+    if (_playback) _playback->invalidateProgressTimer(nullptr);
+    log.waitForWrites();
+}
+
+void QVController::showError(const char* error, const QString& title)
+{
+    QMessageBox box(QMessageBox::Warning, title, title, QMessageBox::Ok, _window.get());
+    box.setInformativeText(QString::fromUtf8(error));
+    box.exec();
+}
+
+void QVController::toggleFavorite(std::int64_t row)
+{
+    if (row < 0 || row >= static_cast<std::int64_t>(_state.rows.size())) return;
+    qv::Sample& sample = _state.rows[static_cast<std::size_t>(row)];
+    try {
+        _database->setFavorite(sample.id, !sample.favorite);
+    } catch (const std::exception& error) {
+        showError(error.what(), QStringLiteral("Could not change the favourite"));
+        return;
+    }
+    sample.favorite = !sample.favorite;
+    _window->table->updateSample(static_cast<int>(row), sample);
+    if (_playback->currentSample() && _playback->currentSample()->id == sample.id) {
+        _playback->setCurrentFavorite(sample.favorite);
+    }
+    _playback->updatePlayer();
+}
+
+void QVController::recordNavigationEvent(const char* event)
+{
+    QVPlayheadDiagnostics& log = QVPlayheadDiagnostics::shared();
+    if (!log.enabled()) return;
+    const std::int64_t selected = _playback && _playback->currentSample() ? _playback->currentSample()->id : 0;
+    log.record(QString::asprintf("nav event=%s source=%s browseGen=%llu queryGen=%llu selected=%lld playing=%lld rows=%zu page=%lld",
+                                 event, qPrintable(_sidebar->diagnosticSource()),
+                                 static_cast<unsigned long long>(_state.browseContextGeneration),
+                                 static_cast<unsigned long long>(_state.queryGeneration), static_cast<long long>(selected),
+                                 static_cast<long long>(_playback ? _playback->playingSampleId() : 0), _state.rows.size(),
+                                 static_cast<long long>(_state.page)));
+}

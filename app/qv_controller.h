@@ -1,0 +1,84 @@
+#pragma once
+// The spine of the application: owns the one database, the browse state, the window and
+// the rooms; runs launch in its fixed order, the steps of becoming active, and shutdown;
+// connects one room to another. It decides nothing a room can decide.
+
+#include "browse_state.h"
+
+#include <QObject>
+#include <QSize>
+#include <QStringList>
+#include <QString>
+
+#include <filesystem>
+#include <memory>
+
+class QVAudioWarmup;
+class QVKeyRouter;
+class QVMainWindow;
+class QVPlayback;
+class QVPlayerPanel;
+class QVResultBrowser;
+class QVScanCoordinator;
+class QVSidebar;
+
+namespace qv {
+class Database;
+class WaveformQueue;
+}
+
+class QVController : public QObject {
+    Q_OBJECT
+public:
+    struct Options {
+        std::filesystem::path databasePath; // empty: the per-user data path
+        bool warmUpAudio = true;
+        bool useAudioDevice = true; // false: players run on a clock (tests, headless)
+    };
+
+    static std::filesystem::path defaultDatabasePath();
+
+    explicit QVController(Options options, QObject* parent = nullptr);
+    ~QVController() override;
+
+    void applicationDidFinishLaunching();
+    void applicationDidBecomeActive();
+    void applicationWillTerminate();
+    void showError(const char* error, const QString& title);
+
+    qv::Database& database() const { return *_database; }
+    qv::BrowseState& state() { return _state; }
+    QVMainWindow* window() const { return _window.get(); }
+    QVResultBrowser* browser() const { return _browser; }
+    QVPlayback* playback() const { return _playback; }
+    QVSidebar* sidebar() const { return _sidebar; }
+    QVScanCoordinator* scans() const { return _scans; }
+    QVAudioWarmup* warmup() const { return _warmup; }
+    const QStringList& launchSteps() const { return _launchSteps; }
+
+private:
+    void markLibraryAvailability();
+    void readLayoutAndSize();
+    void buildMenu();
+    void buildPlayer();
+    void reloadSidebars();
+    void wireRooms();
+    void toggleFavorite(std::int64_t row);
+    void recordNavigationEvent(const char* event);
+    void step(const char* name) { _launchSteps.append(QString::fromLatin1(name)); }
+
+    Options _options;
+    std::unique_ptr<qv::Database> _database;
+    qv::BrowseState _state;
+    qv::WaveformQueue& _waveforms;
+    std::unique_ptr<QVMainWindow> _window;
+    QVResultBrowser* _browser = nullptr;
+    QVPlayback* _playback = nullptr;
+    QVSidebar* _sidebar = nullptr;
+    QVScanCoordinator* _scans = nullptr;
+    QVKeyRouter* _keys = nullptr;
+    QVAudioWarmup* _warmup = nullptr;
+    QSize _contentSize;
+    bool _didRestoreLaunchLocation = false;
+    QStringList _launchSteps;
+};

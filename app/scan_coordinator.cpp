@@ -1,0 +1,79 @@
+#include "scan_coordinator.h"
+
+#include "scan/scan_summary.h"
+#include "scan_logic.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QFileDialog>
+#include <QPointer>
+#include <QThreadPool>
+
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+QVScanCoordinator::QVScanCoordinator(qv::Database& database, QObject* parent)
+    : QObject(parent)
+    , _database(database)
+    , _scanner(database)
+{
+}
+
+void QVScanCoordinator::addLibrary(QWidget* dialogParent)
+{
+    QFileDialog dialog(dialogParent, tr("Add Sample Folder"));
+    dialog.setFileMode(QFileDialog::Directory);
+    dialog.setOption(QFileDialog::ShowDirsOnly);
+    // Qt's own dialog lets several folders be chosen at once.
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    if (auto* view = dialog.findChild<QAbstractItemView*>(QStringLiteral("listView"))) {
+        view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    }
+    if (dialog.exec() != QDialog::Accepted) return;
+    QList<QUrl> urls;
+    for (const QString& path : dialog.selectedFiles()) urls.append(QUrl::fromLocalFile(path));
+    handleDroppedURLs(urls);
+}
+
+void QVScanCoordinator::handleDroppedURLs(const QList<QUrl>& urls)
+{
+    scanRoots(urls, false);
+}
+
+void QVScanCoordinator::scanRoots(const QList<QUrl>& urls, bool force)
+{
+    if (_scanRunning) {
+        emit statusMessage(qv::scanAlreadyRunningText());
+        return;
+    }
+    const QStringList roots = qv::scanRootPaths(urls);
+    if (roots.isEmpty()) return;
+    _scanRunning = true;
+    emit statusMessage(qv::scanStartedText(roots.size(), force));
+
+    QPointer<QVScanCoordinator> self(this);
+    QThreadPool::globalInstance()->start([this, self, roots, force] {
+        qv::ScanStats total;
+        std::string errors;
+        for (const QString& root : roots) {
+            try {
+                qv::accumulate(total, _scanner.scan(std::filesystem::path(root.toStdString()), {}, force));
+            } catch (const std::exception& error) {
+                if (!errors.empty()) errors += "\n";
+                errors += error.what();
+            }
+        }
+        QMetaObject::invokeMethod(
+            qApp,
+            [self, total, errors, force] {
+                if (!self) return;
+                self->_scanRunning = false;
+                emit self->scanFinished();
+                emit self->statusMessage(QString::fromStdString(errors.empty() ? qv::scanCompleteMessage(total, force)
+                                                                               : qv::scanAttentionMessage(errors)));
+            },
+            Qt::QueuedConnection);
+    });
+}

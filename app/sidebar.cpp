@@ -1,0 +1,247 @@
+#include "sidebar.h"
+
+#include "db/database.h"
+#include "icons.h"
+#include "main_window.h"
+
+#include <QComboBox>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QTreeWidget>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kFavoritesTag = 4;
+constexpr int kLibrariesTag = 6;
+constexpr int kPathRole = Qt::UserRole;
+constexpr int kTempoChoices[] = {70, 80, 85, 90, 95, 100, 105, 110, 115, 120, 122, 124, 125, 126, 128, 130, 135, 140, 145, 150, 160, 170, 174, 175};
+
+QString qs(const std::string& text)
+{
+    return QString::fromStdString(text);
+}
+
+} // namespace
+
+QVSidebar::QVSidebar(qv::Database& database, qv::BrowseState& state, QVMainWindow& window, QObject* parent)
+    : QObject(parent)
+    , _database(database)
+    , _state(state)
+    , _window(window)
+{
+    for (const QVMainWindow::NavButton& nav : _window.navButtons) {
+        connect(nav.button, &QPushButton::clicked, this, [this, tag = nav.tag] {
+            if (tag == kFavoritesTag) {
+                showFavorites();
+            } else if (tag == kLibrariesTag) {
+                showLibraries();
+            } else {
+                showAllSamples();
+            }
+        });
+    }
+    for (QPushButton* button : _window.categoryButtons) {
+        connect(button, &QPushButton::clicked, this,
+                [this, button] { toggleSection(button->property("sectionType").toString()); });
+    }
+    connect(_window.folderTree, &QTreeWidget::itemClicked, this,
+            [this](QTreeWidgetItem* item) { selectFolder(item->data(0, kPathRole).toString()); });
+    connect(_window.playlistTable, &QListWidget::itemClicked, this,
+            [this](QListWidgetItem* item) { selectPlaylist(item->data(kPathRole).toLongLong()); });
+    for (int i = 0; i < static_cast<int>(_window.filters.size()); ++i) {
+        connect(_window.filters[static_cast<std::size_t>(i)], &QComboBox::textActivated, this,
+                [this, i](const QString& value) { filterChosen(i, value); });
+    }
+    connect(_window.clearFilters, &QPushButton::clicked, this, &QVSidebar::clearFilters);
+}
+
+void QVSidebar::reloadSidebars()
+{
+    // Library roots only: the folders below them come with the full tree, which must
+    // not read every sample's path on this thread.
+    _window.folderTree->clear();
+    for (const qv::Library& library : _database.libraries()) {
+        const QString path = qs(library.path);
+        const QString name = library.displayLabel.empty() ? qs(std::filesystem::path(library.path).filename().string())
+                                                          : qs(library.displayLabel);
+        auto* item = new QTreeWidgetItem(_window.folderTree, {name});
+        item->setIcon(0, qv::symbolIcon(QStringLiteral("folder"), _window.theme().mutedText));
+        item->setData(0, kPathRole, path);
+        item->setToolTip(0, path);
+    }
+    _window.playlistTable->clear();
+    for (const qv::Playlist& playlist : _database.playlists()) {
+        auto* item = new QListWidgetItem(qs(playlist.name), _window.playlistTable);
+        item->setData(kPathRole, static_cast<qlonglong>(playlist.id));
+    }
+    fillFilterChoices();
+    syncButtons();
+}
+
+void QVSidebar::fillFilterChoices()
+{
+    qv::SearchQuery everything;
+    std::vector<std::string> instruments;
+    std::vector<std::string> keys;
+    try {
+        instruments = _database.distinctFilterValues("instrument", everything);
+        keys = _database.distinctFilterValues("key", everything);
+    } catch (const std::exception&) {
+        // A list that cannot be read leaves only "All"; browsing still works.
+    }
+    const auto fill = [this](int popup, const QStringList& values) {
+        QComboBox* box = _window.filters[static_cast<std::size_t>(popup)];
+        const QSignalBlocker quiet(box);
+        const QString current = box->currentText();
+        box->clear();
+        box->addItem(QStringLiteral("All"));
+        box->addItems(values);
+        box->setCurrentText(values.contains(current) ? current : QStringLiteral("All"));
+    };
+    QStringList instrumentList;
+    for (const std::string& value : instruments) instrumentList.append(qs(value));
+    QStringList tempoList;
+    for (int tempo : kTempoChoices) tempoList.append(QString::number(tempo));
+    QStringList keyList;
+    for (const std::string& value : keys) {
+        if (value != "None") keyList.append(qs(value));
+    }
+    fill(0, instrumentList);
+    fill(1, tempoList);
+    fill(2, keyList);
+}
+
+void QVSidebar::changeContext()
+{
+    ++_state.browseContextGeneration;
+    syncButtons();
+    emit contextChanged();
+}
+
+void QVSidebar::syncButtons()
+{
+    const bool allSamples = !_state.favoriteMode && !_state.libraryMode && _state.folderScope.empty() &&
+                            !_state.playlistId;
+    for (const QVMainWindow::NavButton& nav : _window.navButtons) {
+        const bool on = nav.tag == kFavoritesTag ? _state.favoriteMode
+                        : nav.tag == kLibrariesTag ? _state.libraryMode
+                                                   : allSamples;
+        nav.button->setChecked(on);
+    }
+    for (QPushButton* button : _window.categoryButtons) {
+        button->setChecked(button->property("sectionType").toString() == qs(_state.sectionType));
+    }
+    if (_state.folderScope.empty()) _window.folderTree->clearSelection();
+    if (!_state.playlistId) _window.playlistTable->clearSelection();
+}
+
+void QVSidebar::showAllSamples()
+{
+    _state.favoriteMode = false;
+    _state.libraryMode = false;
+    _state.folderScope.clear();
+    _state.playlistId.reset();
+    changeContext();
+}
+
+void QVSidebar::showFavorites()
+{
+    _state.favoriteMode = true;
+    _state.libraryMode = false;
+    _state.folderScope.clear();
+    _state.playlistId.reset();
+    changeContext();
+}
+
+void QVSidebar::showLibraries()
+{
+    _state.libraryMode = true;
+    _state.favoriteMode = false;
+    _state.folderScope.clear();
+    _state.playlistId.reset();
+    changeContext();
+}
+
+void QVSidebar::toggleSection(const QString& type)
+{
+    const std::string wanted = type.toStdString();
+    _state.sectionType = _state.sectionType == wanted ? std::string() : wanted;
+    _state.libraryMode = false;
+    changeContext();
+}
+
+void QVSidebar::selectFolder(const QString& path)
+{
+    _state.folderScope = path.toStdString();
+    _state.playlistId.reset();
+    _state.favoriteMode = false;
+    _state.libraryMode = false;
+    changeContext();
+}
+
+void QVSidebar::selectPlaylist(std::int64_t id)
+{
+    _state.playlistId = id;
+    _state.folderScope.clear();
+    _state.favoriteMode = false;
+    _state.libraryMode = false;
+    changeContext();
+}
+
+void QVSidebar::setPopup(int popup, const QString& value)
+{
+    QComboBox* box = _window.filters[static_cast<std::size_t>(popup)];
+    const QSignalBlocker quiet(box);
+    if (box->findText(value) < 0) box->addItem(value);
+    box->setCurrentText(value);
+}
+
+void QVSidebar::filterChosen(int popup, const QString& value)
+{
+    std::string* fields[] = {&_state.instrumentFilter, &_state.bpmFilter, &_state.keyFilter};
+    *fields[popup] = value.toStdString();
+    changeContext();
+}
+
+void QVSidebar::applyLink(const QString& field, const QString& value)
+{
+    if (field == QLatin1String("type")) {
+        _state.sectionType = value.toStdString();
+        _state.libraryMode = false;
+    } else if (field == QLatin1String("instrument")) {
+        setPopup(0, value);
+        _state.instrumentFilter = value.toStdString();
+    } else if (field == QLatin1String("bpm")) {
+        setPopup(1, value);
+        _state.bpmFilter = value.toStdString();
+    } else if (field == QLatin1String("key")) {
+        setPopup(2, value);
+        _state.keyFilter = value.toStdString();
+    } else if (field == QLatin1String("genre")) {
+        _state.selectedGenres = {value.toStdString()};
+    } else {
+        return;
+    }
+    changeContext();
+}
+
+void QVSidebar::clearFilters()
+{
+    for (int popup = 0; popup < 3; ++popup) setPopup(popup, QStringLiteral("All"));
+    _state.instrumentFilter = _state.bpmFilter = _state.keyFilter = "All";
+    _state.selectedGenres.clear();
+    changeContext();
+}
+
+QString QVSidebar::diagnosticSource() const
+{
+    if (_state.libraryMode) return QStringLiteral("libraries");
+    if (_state.favoriteMode) return QStringLiteral("favorites");
+    if (_state.playlistId) return QStringLiteral("playlist:%1").arg(*_state.playlistId);
+    if (!_state.folderScope.empty()) return QStringLiteral("folder");
+    if (_state.sectionType.empty()) return QStringLiteral("all");
+    return QStringLiteral("category:") + qs(_state.sectionType);
+}

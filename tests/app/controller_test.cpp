@@ -1,0 +1,204 @@
+// The real controller, offscreen, over a generated library of 60 short tones in a folder
+// whose name has spaces, '%' and non-ASCII: launch, stale decodes, skipping, crossing a
+// page, the search debounce and coalesced page requests. Players run on a clock.
+#include "main_window.h"
+#include "playback.h"
+#include "qv_controller.h"
+#include "result_browser.h"
+#include "results_view.h"
+#include "sound_files.h"
+#include "temp_dir.h"
+
+#include "db/database.h"
+#include "scan/library_scanner.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <sndfile.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+using qv::PlaybackState;
+
+class ControllerTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        QCoreApplication::setOrganizationName(QStringLiteral("Ostrelle"));
+        QCoreApplication::setApplicationName(QStringLiteral("Quorvalinder"));
+        library = dir / "Drums 100% Größe";
+        fs::create_directories(library);
+        for (int i = 0; i < 60; ++i) {
+            const char* kind = i % 2 ? "Snare" : "Kick";
+            char name[64];
+            std::snprintf(name, sizeof name, "%s %02d.wav", kind, i);
+            qv::test::writeTone(library / name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 3.0, 8000, 1);
+        }
+        databasePath = dir / "index" / "quorvalinder.db";
+        {
+            qv::Database db(databasePath);
+            qv::LibraryScanner(db).scan(library, {}, false);
+        }
+    }
+
+    void launch()
+    {
+        controller = std::make_unique<QVController>(
+            QVController::Options{.databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false});
+        controller->applicationDidFinishLaunching();
+    }
+
+    QVPlayback& playback() { return *controller->playback(); }
+    qv::BrowseState& state() { return controller->state(); }
+    QString status() { return controller->window()->status(); }
+
+    template <typename Done>
+    bool waitFor(Done done, int ms = 5000)
+    {
+        return QTest::qWaitFor(done, ms);
+    }
+
+    qv::testkit::TempDir dir;
+    fs::path library;
+    fs::path databasePath;
+    std::unique_ptr<QVController> controller;
+};
+
+TEST_F(ControllerTest, LaunchBuildsInOrderAndShowsTheFirstPage)
+{
+    launch();
+    EXPECT_EQ(controller->launchSteps(),
+              (QStringList{"database", "library-availability", "layout", "window", "panels", "notifications",
+                           "sidebars", "refresh", "show"}));
+    QVMainWindow& window = *controller->window();
+    EXPECT_EQ(window.windowTitle(), QString::fromUtf8("Quorvalinder \u2014 Ostrelle"));
+    EXPECT_EQ(state().rows.size(), 50u);
+    EXPECT_EQ(window.table->rowCount(), 50);
+    EXPECT_TRUE(state().hasNextPage);
+    EXPECT_EQ(status(), QString::fromUtf8("60 matching samples  \u2022  showing 1\u201350"));
+    EXPECT_EQ(window.pageLabel->text(), "Page 1 of 2");
+    EXPECT_FALSE(window.emptyStateVisible());
+    EXPECT_EQ(window.focusWidget(), window.table); // Space and arrows act at once
+    EXPECT_NE(window.player, nullptr) << "the sidebars' reload builds the player";
+}
+
+TEST_F(ControllerTest, AnUnpluggedLibraryIsMarkedOfflineBeforeTheFirstRefresh)
+{
+    fs::rename(library, dir / "elsewhere");
+    launch();
+    EXPECT_FALSE(controller->database().isLibraryAvailable(library.string()));
+    EXPECT_TRUE(state().rows.empty());
+    EXPECT_EQ(status(), QString::fromUtf8("0 matching samples  \u2022  showing 0\u20130"));
+}
+
+TEST_F(ControllerTest, SelectingFasterThanFilesDecodeKeepsOnlyTheLastSelection)
+{
+    launch();
+    std::atomic<int> created{0};
+    playback().setPlayerFactory([&created](const QString& path, QString* error) {
+        ++created;
+        std::this_thread::sleep_for(std::chrono::milliseconds(150)); // a slow disk
+        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+    });
+    playback().loadSampleAtIndex(0, true);
+    playback().loadSampleAtIndex(1, true);
+    playback().loadSampleAtIndex(2, true);
+    EXPECT_EQ(playback().playbackState(), PlaybackState::Loading);
+    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    QTest::qWait(400); // any late completion of an older load would land here
+    ASSERT_TRUE(playback().currentSample());
+    EXPECT_EQ(playback().currentSample()->id, state().rows[2].id);
+    EXPECT_EQ(playback().playbackState(), PlaybackState::Playing);
+    EXPECT_EQ(state().currentIndex, 2);
+    EXPECT_LE(created.load(), 2) << "a load made stale before it started must not decode";
+}
+
+TEST_F(ControllerTest, ADecodeForAnOldBrowseContextIsDiscarded)
+{
+    launch();
+    playback().setPlayerFactory([](const QString& path, QString* error) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(120));
+        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+    });
+    playback().loadSampleAtIndex(0, true);
+    ++state().browseContextGeneration; // the search text changed meanwhile
+    QTest::qWait(500);
+    EXPECT_EQ(playback().playbackState(), PlaybackState::Loading);
+    EXPECT_EQ(playback().sound(), nullptr);
+}
+
+TEST_F(ControllerTest, SteppingSkipsMissingFilesAndCrossesPages)
+{
+    launch();
+    const auto pathOf = [&](int row) { return fs::path(state().rows[static_cast<std::size_t>(row)].path); };
+    for (int row : {1, 2, 3}) fs::remove(pathOf(row));
+    playback().loadSampleAtIndex(0, true);
+    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    playback().nextSample();
+    ASSERT_TRUE(waitFor([&] { return playback().currentSample() && playback().currentSample()->id == state().rows[4].id; }));
+    EXPECT_EQ(status(), "Skipped unavailable sample");
+
+    playback().loadSampleAtIndex(49, true);
+    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing && state().currentIndex == 49; }));
+    playback().nextSample();
+    ASSERT_TRUE(waitFor([&] { return state().page == 1 && playback().playbackState() == PlaybackState::Playing; }));
+    EXPECT_EQ(state().rows.size(), 10u);
+    EXPECT_EQ(playback().currentSample()->id, state().rows[0].id);
+    EXPECT_EQ(state().pendingSamplePageSelection, 0);
+
+    // On the last page the walk stops at the last row.
+    playback().loadSampleAtIndex(9, true);
+    ASSERT_TRUE(waitFor([&] { return state().currentIndex == 9 && playback().playbackState() == PlaybackState::Playing; }));
+    fs::remove(pathOf(9));
+    playback().navigateSamplesInDirection(1, 10);
+    EXPECT_EQ(status(), "Skipped unavailable samples");
+    EXPECT_EQ(state().page, 1);
+    EXPECT_EQ(controller->window()->table->selectedRow(), 9);
+}
+
+TEST_F(ControllerTest, TypedSearchWaitsForTheDebounce)
+{
+    launch();
+    QLineEdit* search = controller->window()->search;
+    search->setText(QStringLiteral("Snare"));
+    EXPECT_TRUE(controller->browser()->searchRefreshPending());
+    EXPECT_EQ(state().rows.size(), 50u) << "nothing runs before the pause";
+    ASSERT_TRUE(waitFor([&] { return !controller->browser()->searchRefreshPending(); }, 1000));
+    ASSERT_EQ(state().rows.size(), 30u);
+    for (const qv::Sample& s : state().rows) EXPECT_NE(s.filename.find("Snare"), std::string::npos) << s.filename;
+    EXPECT_EQ(status(), QString::fromUtf8("30 matching samples  \u2022  showing 1\u201330"));
+}
+
+TEST_F(ControllerTest, RapidPageRequestsCoalesceIntoOneRefresh)
+{
+    launch();
+    QVResultBrowser& browser = *controller->browser();
+    const std::uint64_t before = state().queryGeneration;
+    browser.requestPageDelta(1);
+    browser.requestPageDelta(1);
+    browser.requestPageDelta(1);
+    EXPECT_TRUE(state().pageTransitionScheduled);
+    ASSERT_TRUE(waitFor([&] { return !state().pageTransitionScheduled; }));
+    EXPECT_EQ(state().queryGeneration, before + 1);
+    EXPECT_EQ(state().page, 1) << "three ahead, clamped to the last page";
+    EXPECT_EQ(browser.pagination().metrics().coalesced, 2u);
+    EXPECT_FALSE(state().hasNextPage);
+    browser.requestPageDelta(1); // nothing beyond: stays
+    QTest::qWait(50);
+    EXPECT_EQ(state().page, 1);
+}
+
+} // namespace

@@ -1,0 +1,84 @@
+// Launch's decisions without a window: settings normalisation, sizes, centring, the
+// warm-up's silent WAV, and which keys the window acts on.
+#include "key_router.h"
+#include "startup_logic.h"
+
+#include <QtEndian>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(StartupSettings, LayoutModeThemeAndStoredSizes)
+{
+    EXPECT_EQ(qv::normalizedLayoutMode(false, 0), 1);
+    EXPECT_EQ(qv::normalizedLayoutMode(true, 7), 1);
+    EXPECT_EQ(qv::normalizedLayoutMode(true, -1), 1);
+    EXPECT_EQ(qv::normalizedLayoutMode(true, 0), 0);
+    EXPECT_STREQ(qv::sizeKeyForMode(0), "QVCompactVerticalSize");
+    EXPECT_STREQ(qv::sizeKeyForMode(1), "QVDesktopSize");
+
+    EXPECT_EQ(qv::normalizedTheme(""), "Purple");
+    EXPECT_EQ(qv::normalizedTheme("Blue"), "Purple");
+    EXPECT_EQ(qv::normalizedTheme("Classic"), "Classic");
+    EXPECT_EQ(qv::normalizedTheme("green"), "Purple");
+
+    EXPECT_EQ(qv::parseSize("{1200, 800}"), QSize(1200, 800));
+    EXPECT_EQ(qv::parseSize("{1200.7,800}"), QSize(1200, 800));
+    EXPECT_EQ(qv::parseSize("1440 x 900"), QSize(1440, 900));
+    EXPECT_EQ(qv::parseSize("wide"), QSize(0, 0));
+    EXPECT_EQ(qv::parseSize(qv::formatSize(QSize(1536, 770))), QSize(1536, 770));
+    EXPECT_EQ(qv::formatSize(QSize(704, 1536)), "{704, 1536}");
+    EXPECT_EQ(qv::storedContentSize(1, ""), QSize(1536, 770));
+    EXPECT_EQ(qv::storedContentSize(0, ""), QSize(704, 1536));
+    EXPECT_EQ(qv::storedContentSize(1, "nonsense"), QSize(0, 0)); // the parser's answer, clamped later
+}
+
+TEST(StartupSettings, SizesAreClampedToTheScreenAndCentred)
+{
+    const QRect laptop(0, 27, 1366, 741);
+    EXPECT_EQ(qv::clampedContentSize(QSize(1536, 770), 1, laptop), QSize(1366, 741));
+    EXPECT_EQ(qv::clampedContentSize(QSize(704, 1536), 0, laptop), QSize(704, 741));
+    EXPECT_EQ(qv::clampedContentSize(QSize(0, 0), 1, laptop), QSize(980, 600)); // never unusably small
+    const QRect big(100, 0, 2560, 1440);
+    EXPECT_EQ(qv::clampedContentSize(QSize(1536, 770), 1, big), QSize(1536, 770));
+    const QRect frame = qv::centeredFrame(QSize(1536, 770), big);
+    EXPECT_EQ(frame.center().x() - big.center().x(), 0);
+    EXPECT_LE(std::abs(frame.center().y() - big.center().y()), 1);
+    EXPECT_TRUE(big.contains(frame));
+}
+
+TEST(Warmup, SilentWaveIsATenthOfASecondOfMono16BitSilence)
+{
+    const QByteArray wav = qv::silentWaveBytes();
+    ASSERT_EQ(wav.size(), 44 + 8820);
+    const uchar* p = reinterpret_cast<const uchar*>(wav.constData());
+    EXPECT_EQ(wav.left(4), "RIFF");
+    EXPECT_EQ(qFromLittleEndian<quint32>(p + 4), 8856u);
+    EXPECT_EQ(wav.mid(8, 8), "WAVEfmt ");
+    EXPECT_EQ(qFromLittleEndian<quint32>(p + 16), 16u);
+    EXPECT_EQ(qFromLittleEndian<quint16>(p + 20), 1);
+    EXPECT_EQ(qFromLittleEndian<quint16>(p + 22), 1);
+    EXPECT_EQ(qFromLittleEndian<quint32>(p + 24), 44100u);
+    EXPECT_EQ(qFromLittleEndian<quint32>(p + 28), 88200u);
+    EXPECT_EQ(qFromLittleEndian<quint16>(p + 32), 2);
+    EXPECT_EQ(qFromLittleEndian<quint16>(p + 34), 16);
+    EXPECT_EQ(wav.mid(36, 4), "data");
+    EXPECT_EQ(qFromLittleEndian<quint32>(p + 40), 8820u);
+    EXPECT_EQ(wav.mid(44).count('\0'), 8820);
+}
+
+TEST(KeyRouter, SpaceAndArrowsOnlyWhenNotTypingAndNotHeld)
+{
+    using qv::KeyAction;
+    EXPECT_EQ(qv::keyAction(Qt::Key_Space, Qt::NoModifier, false, false), KeyAction::PlayPause);
+    EXPECT_EQ(qv::keyAction(Qt::Key_Down, Qt::NoModifier, false, false), KeyAction::NextSample);
+    EXPECT_EQ(qv::keyAction(Qt::Key_Up, Qt::KeypadModifier, false, false), KeyAction::PreviousSample);
+    EXPECT_EQ(qv::keyAction(Qt::Key_Space, Qt::NoModifier, true, false), KeyAction::None);
+    EXPECT_EQ(qv::keyAction(Qt::Key_Down, Qt::NoModifier, false, true), KeyAction::None);
+    EXPECT_EQ(qv::keyAction(Qt::Key_Down, Qt::ShiftModifier, false, false), KeyAction::None);
+    EXPECT_EQ(qv::keyAction(Qt::Key_F, Qt::ControlModifier, true, false), KeyAction::FindSamples);
+    EXPECT_EQ(qv::keyAction(Qt::Key_F, Qt::NoModifier, false, false), KeyAction::None);
+}
+
+} // namespace
