@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Configures (once) and builds one configuration.
+# Configures (once) and builds one configuration; QV_TARGETS (space-separated) builds
+# only those targets.
 #   tools/build.sh [build-dir] [extra cmake arguments...]
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -8,4 +9,6 @@ shift || true
 if [[ ! -f "$dir/build.ninja" ]]; then
   cmake -S "$root" -B "$dir" -G Ninja "$@"
 fi
-cmake --build "$dir" --parallel "$(nproc)"
+targets=()
+for target in ${QV_TARGETS:-}; do targets+=(--target "$target"); done
+cmake --build "$dir" --parallel "$(nproc)" "${targets[@]}"

@@ -12,7 +12,7 @@ if [[ -d "$dir" && -n "$(ls -A "$dir")" ]]; then
 fi
 
 bash "$root/tools/setup.sh"
-bash "$root/tools/build.sh" "$root/build" >/dev/null
+QV_TARGETS=qv-genlib bash "$root/tools/build.sh" "$root/build" >/dev/null
 
 "$root/build/testkit/qv-genlib" --out "$dir" --files 300 --seed 1
 echo "demo-library: add \"$dir\" to Quorvalinder as a library to see it indexed."

@@ -2,7 +2,8 @@
 # Installs what is missing, builds, and runs the whole test suite: every test in the
 # normal build, the core tests again under AddressSanitizer and UBSan, the threaded tests
 # under ThreadSanitizer, then a short run of each fuzz target, and the preview player
-# through a real audio sink (a private PulseAudio null sink). This is what CI runs.
+# through a real audio sink (a private PulseAudio null sink), and the real window under
+# Xvfb driven by key presses. This is what CI runs.
 #   tools/test.sh            everything
 #   tools/test.sh --quick    the normal build and its tests only, for day-to-day work
 set -euo pipefail
@@ -20,23 +21,14 @@ bash tools/build.sh build
 # Real audio output on a headless machine: a private PulseAudio daemon with a null sink,
 # stopped by its pid however this script ends. The test fails rather than skips here.
 echo "== preview through a real audio sink (PulseAudio null sink)"
-pulse_dir=$(mktemp -d)
-pulse_pid=
-stop_pulse() {
-  if [[ -n "$pulse_pid" ]]; then kill "$pulse_pid" 2>/dev/null || true; fi
-  rm -rf "$pulse_dir"
-}
-trap stop_pulse EXIT
-XDG_RUNTIME_DIR=$pulse_dir pulseaudio -D --exit-idle-time=-1 -n \
-  --load="module-null-sink sink_name=qvnull" --load="module-native-protocol-unix" 2>/dev/null
-for _ in $(seq 50); do
-  XDG_RUNTIME_DIR=$pulse_dir pactl info >/dev/null 2>&1 && break
-  sleep 0.1
-done
-pulse_pid=$(cat "$pulse_dir/pulse/pid")
-XDG_RUNTIME_DIR=$pulse_dir QV_REQUIRE_AUDIO=1 ctest --test-dir build -L audio --output-on-failure
-stop_pulse
-pulse_pid=
+(
+  source tools/lib/session.sh
+  qv_start_pulse
+  QV_REQUIRE_AUDIO=1 ctest --test-dir build -L audio --output-on-failure
+)
+
+echo "== the window end to end (Xvfb, PulseAudio null sink, real key presses)"
+bash tests/e2e/window_e2e.sh build
 
 if ((!quick)); then
   echo "== build (address + undefined sanitizers)"
