@@ -41,6 +41,10 @@ class StatementCache;
 // written, one plain statement per call, kept for tests and benchmarks to compare.
 enum class SearchPlan { Indexed, Reference };
 
+// Whether a listing counts each entry's samples. Counting reads a whole index at a
+// million samples; a sidebar that shows names only skips it (the counts are then 0).
+enum class Counts { Included, Skipped };
+
 // Called while opening builds the support indexes a large database does not have yet
 // (a one-time cost of about 8 s at a million samples): `done` of `total` built. Not
 // called for small databases, which build them in an instant.
@@ -104,7 +108,7 @@ public:
     void upsert(const Sample& sample, std::int64_t libraryId);
     void removeMissing(std::int64_t libraryId, const std::vector<std::string>& seenPaths,
                        std::uint64_t& removed);
-    std::vector<Library> libraries() const;
+    std::vector<Library> libraries(Counts counts = Counts::Included) const;
     void setLibraryDisplayLabel(std::int64_t libraryId, const std::string& label);
     void removeLibrary(std::int64_t libraryId);
     std::vector<IndexedPath> indexedPaths() const;
@@ -126,7 +130,7 @@ public:
     void setFolderInstrumentOverride(const std::filesystem::path& folder, const std::optional<std::string>& instrument);
     void setFolderGenreOverride(const std::filesystem::path& folder, const std::string& genre, bool add);
     std::int64_t countFolderSamples(const std::filesystem::path& folder, bool includeMidi) const;
-    std::vector<Playlist> playlists() const;
+    std::vector<Playlist> playlists(Counts counts = Counts::Included) const;
     std::int64_t createPlaylist(const std::string& name);
     void deletePlaylist(std::int64_t playlistId);
     void addToPlaylist(std::int64_t playlistId, std::int64_t sampleId);

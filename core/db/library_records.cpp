@@ -222,16 +222,21 @@ void Database::removeMissing(std::int64_t libraryId, const std::vector<std::stri
     removed = gone.size();
 }
 
-std::vector<Library> Database::libraries() const
+std::vector<Library> Database::libraries(Counts counts) const
 {
     const auto lock = settledLock();
     std::vector<Library> result;
     try {
-        Statement st(*_connection, "SELECT l.id,l.path,count(s.id),coalesce(m.value,'') FROM libraries l LEFT JOIN "
-                                   "samples s ON s.library_id=l.id AND "
-                                       + std::string(schema::kVisibleSample)
-                                       + " LEFT JOIN app_metadata m ON m.key=?||l.id GROUP BY l.id,l.path,m.value "
-                                         "ORDER BY l.path COLLATE NOCASE");
+        // Counted from two indexes, never from the rows: a join reading each sample's
+        // file name takes seconds at a million samples, this takes milliseconds.
+        const std::string count = counts == Counts::Skipped
+            ? std::string("0")
+            : std::string("(SELECT count(*) FROM samples INDEXED BY ") + schema::kLibraryIndex
+                + " WHERE library_id=l.id)-(SELECT count(*) FROM samples INDEXED BY " + schema::kHiddenIndex
+                + " WHERE library_id=l.id AND " + schema::kHiddenFile + ")";
+        Statement st(*_connection, "SELECT l.id,l.path," + count
+                                       + ",coalesce(m.value,'') FROM libraries l LEFT JOIN app_metadata m ON "
+                                         "m.key=?||l.id ORDER BY l.path COLLATE NOCASE");
         st.bind(1, schema::kLibraryLabelKey);
         while (st.step()) {
             result.push_back({st.columnInt64(0), st.columnText(1), st.columnInt64(2), st.columnText(3)});
@@ -300,7 +305,9 @@ std::int64_t Database::countSamples() const
 {
     const auto lock = settledLock();
     try {
-        Statement st(*_connection, "SELECT count(*) FROM samples WHERE " + std::string(schema::kVisibleFile));
+        // All rows less the hidden ones: both counts read an index only.
+        Statement st(*_connection, "SELECT (SELECT count(*) FROM samples)-(SELECT count(*) FROM samples INDEXED BY "
+                                       + std::string(schema::kHiddenIndex) + " WHERE " + schema::kHiddenFile + ")");
         return st.step() ? st.columnInt64(0) : 0;
     } catch (const SqliteError&) {
         return 0;

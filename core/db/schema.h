@@ -28,9 +28,10 @@ inline constexpr const char* kVisibleFile = "substr(filename,1,2)<>'._'";
 inline constexpr const char* kVisibleSample = "substr(s.filename,1,2)<>'._'"; // samples as s
 inline constexpr const char* kHiddenFile = "substr(filename,1,2)='._'";
 
-// Indexes named by INDEXED BY. The first is the numbered schema's; the others are
+// Indexes named by INDEXED BY. The first two are the numbered schema's; the others are
 // support indexes (below).
 inline constexpr const char* kBpmIndex = "idx_samples_bpm";
+inline constexpr const char* kLibraryIndex = "idx_samples_library";
 inline constexpr const char* kRelinkIndex = "idx_samples_relink";
 inline constexpr const char* kVisibleNameIndex = "idx_samples_visible_name";
 inline constexpr const char* kVisibleDurationIndex = "idx_samples_visible_duration";

@@ -181,15 +181,18 @@ std::int64_t Database::countFolderSamples(const std::filesystem::path& folder, b
     return countMatchingLocked(query);
 }
 
-std::vector<Playlist> Database::playlists() const
+std::vector<Playlist> Database::playlists(Counts counts) const
 {
     const auto lock = settledLock();
     std::vector<Playlist> result;
     try {
-        Statement st(*_connection, "SELECT p.id,p.name,count(s.id) FROM playlists p LEFT JOIN playlist_items pi ON "
-                                   "pi.playlist_id=p.id LEFT JOIN samples s ON s.id=pi.sample_id AND "
-                                       + std::string(schema::kVisibleSample)
-                                       + " GROUP BY p.id,p.name ORDER BY p.name COLLATE NOCASE");
+        Statement st(*_connection,
+                     counts == Counts::Skipped
+                         ? std::string("SELECT id,name,0 FROM playlists ORDER BY name COLLATE NOCASE")
+                         : "SELECT p.id,p.name,count(s.id) FROM playlists p LEFT JOIN playlist_items pi ON "
+                           "pi.playlist_id=p.id LEFT JOIN samples s ON s.id=pi.sample_id AND "
+                               + std::string(schema::kVisibleSample)
+                               + " GROUP BY p.id,p.name ORDER BY p.name COLLATE NOCASE");
         while (st.step()) result.push_back({st.columnInt64(0), st.columnText(1), st.columnInt64(2)});
     } catch (const SqliteError&) {
         // A listing returns what it could read.

@@ -35,6 +35,14 @@ TEST_F(DatabaseRecords, LibrariesListVisibleCountsAndTakeTheirRowsAlong)
     EXPECT_EQ(libraries[0].displayLabel, "Beta");
     EXPECT_EQ(libraries[0].sampleCount, 1);
     EXPECT_EQ(libraries[1].path, _root.string());
+    const auto names = _db.libraries(qv::Counts::Skipped); // the same list, in the same order
+    ASSERT_EQ(names.size(), 2u);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(names[i].id, libraries[i].id);
+        EXPECT_EQ(names[i].path, libraries[i].path);
+        EXPECT_EQ(names[i].displayLabel, libraries[i].displayLabel);
+        EXPECT_EQ(names[i].sampleCount, 0);
+    }
 
     // Samples, genre rows and playlist members go; the playlist stays.
     _db.removeLibrary(b);

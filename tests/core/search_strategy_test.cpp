@@ -88,7 +88,7 @@ TEST_F(TempoTarget, AnyNumberIsReadAsANumberByBothPlans)
 // every statement naming it fail, which a page reports as empty.
 TEST_F(TempoTarget, EveryIndexTheSearchNamesExistsAfterOpening)
 {
-    std::vector<std::string> names = {qv::schema::kBpmIndex};
+    std::vector<std::string> names = {qv::schema::kBpmIndex, qv::schema::kLibraryIndex};
     for (const auto& index : qv::schema::supportIndexes()) names.emplace_back(index.name);
     for (const auto& name : names) {
         EXPECT_EQ(_raw.integer("SELECT count(*) FROM sqlite_schema WHERE type='index' AND name=?", {name}), 1) << name;

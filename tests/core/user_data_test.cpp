@@ -129,6 +129,13 @@ TEST_F(UserData, PlaylistsTrimNamesKeepPositionsAndCountVisibleMembers)
     ASSERT_EQ(lists.size(), 2u);
     EXPECT_EQ(lists[0].id + lists[1].id, drums + lower);
     EXPECT_EQ(lists[drums == lists[0].id ? 0 : 1].sampleCount, 2); // "._" members are not counted
+    const auto names = _db.playlists(qv::Counts::Skipped); // the same list, in the same order
+    ASSERT_EQ(names.size(), 2u);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(names[i].id, lists[i].id);
+        EXPECT_EQ(names[i].name, lists[i].name);
+        EXPECT_EQ(names[i].sampleCount, 0);
+    }
     EXPECT_THROW(_db.addToPlaylist(lower, b + 100), std::runtime_error); // no such sample
     _db.deletePlaylist(drums);
     EXPECT_EQ(_raw.integer("SELECT count(*) FROM playlist_items"), 0);
