@@ -106,15 +106,15 @@ constexpr const char* kUserEdits[] = {
 
 } // namespace
 
-FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed)
+FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed, const std::string& root)
 {
     FillSummary summary;
     std::array<std::int64_t, kLibraries.size()> libraryIds{};
     for (std::size_t i = 0; i < kLibraries.size(); ++i) {
-        libraryIds[i] = db.addLibrary(kLibraries[i].path);
-        summary.libraryPaths.emplace_back(kLibraries[i].path);
+        summary.libraryPaths.push_back(root + kLibraries[i].path);
+        libraryIds[i] = db.addLibrary(summary.libraryPaths.back());
     }
-    summary.offlineLibrary = kLibraries.back().path;
+    summary.offlineLibrary = summary.libraryPaths.back();
 
     // A large page cache keeps the path and FTS indexes in memory while a million rows
     // go in; statement journals in memory spare every upsert dozens of temp-file writes.
@@ -129,7 +129,7 @@ FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t 
             while (auto file = plan.next()) {
                 if (libraryFor(file->relativePath, seed) != library) continue;
                 const std::uint64_t hash = fnv1a(file->relativePath, seed);
-                db.upsert(recordFor(*file, kLibraries[library].path, hash, parser), libraryIds[library]);
+                db.upsert(recordFor(*file, summary.libraryPaths[library], hash, parser), libraryIds[library]);
                 if (file->kind == FileKind::HiddenCompanion) ++summary.hiddenRows;
                 if (++summary.records % kBatch == 0) {
                     qv::DatabaseTestAccess::exec(db, "COMMIT");

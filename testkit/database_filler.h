@@ -23,6 +23,7 @@ struct FillSummary {
 };
 
 // Not thread-safe with other writers of `db`: it runs its own BEGIN/COMMIT batches.
-FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed);
+// `root` is put before every library path, so that a caller can make the folders exist.
+FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed, const std::string& root = {});
 
 } // namespace qv::testkit

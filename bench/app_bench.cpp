@@ -1,0 +1,404 @@
+// The window at a million samples, measured through the real controller (offscreen):
+//  - a refresh as the user causes it: count, page, the rows reconfigured and repainted,
+//    for each search class of search_bench, cold (the search plan's caches dropped, as
+//    after a new search text) and warm (paging within a result);
+//  - the start: process start to the window shown with its first page painted, in
+//    fresh processes (this executable again with --launch-only);
+//  - a burst of 30 "next sample" presses: how many decodes it started.
+//
+//   app_bench [--db FILE] [--records N] [--reps N] [--drop-caches] [--only TEXT]
+//
+// The database is generated once, its library folders made to exist (the last library
+// stays offline, as in search_bench), and reused: bench-data/app-<N>.db beside this
+// executable.
+#include "database_filler.h"
+#include "browse_logic.h"
+#include "db/database.h"
+#include "main_window.h"
+#include "playback.h"
+#include "qv_controller.h"
+#include "result_browser.h"
+#include "results_view.h"
+#include "startup_logic.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QProcess>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+// As close to the process's start as code can get; /proc gives the exec time too.
+const Clock::time_point kStaticStart = Clock::now();
+
+double secondsSinceExec()
+{
+    std::ifstream stat("/proc/self/stat");
+    std::string content((std::istreambuf_iterator<char>(stat)), {});
+    const auto close = content.rfind(')');
+    if (close == std::string::npos) return -1;
+    std::vector<std::string> fields;
+    std::string field;
+    for (char c : content.substr(close + 2)) {
+        if (c == ' ') {
+            fields.push_back(field);
+            field.clear();
+        } else {
+            field += c;
+        }
+    }
+    if (fields.size() < 20) return -1;
+    const double startTicks = std::stod(fields[19]); // field 22 of the whole line
+    std::ifstream uptimeFile("/proc/uptime");
+    double uptime = 0;
+    uptimeFile >> uptime;
+    return uptime - startTicks / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+struct Options {
+    fs::path db;
+    std::uint64_t records = 1000000;
+    int reps = 10;
+    bool launchOnly = false;
+    bool dropCaches = false; // also start with the file cache emptied (needs root)
+    std::string only;        // run just the refresh cases whose name contains this
+};
+
+struct Stats {
+    double p50 = 0;
+    double p95 = 0;
+};
+
+Stats stats(std::vector<double> times)
+{
+    std::sort(times.begin(), times.end());
+    const auto rank = [&](double p) {
+        const auto index = static_cast<std::size_t>(std::max(1.0, std::ceil(p * static_cast<double>(times.size()))));
+        return times[std::min(index, times.size()) - 1];
+    };
+    return {rank(0.50), rank(0.95)};
+}
+
+fs::path rootsFor(const fs::path& db)
+{
+    return db.parent_path() / (db.stem().string() + "-roots");
+}
+
+void ensureDatabase(const Options& options)
+{
+    if (fs::exists(options.db)) return;
+    fs::create_directories(options.db.parent_path());
+    const fs::path roots = rootsFor(options.db);
+    std::printf("generating %llu records into %s (once)...\n", static_cast<unsigned long long>(options.records),
+                options.db.c_str());
+    std::fflush(stdout);
+    const fs::path partial = options.db.string() + ".partial";
+    fs::remove(partial);
+    {
+        qv::Database db(partial);
+        const qv::testkit::FillSummary summary = qv::testkit::fillDatabase(db, options.records, 1, roots.string());
+        for (const std::string& library : summary.libraryPaths) {
+            if (library != summary.offlineLibrary) fs::create_directories(library);
+        }
+    }
+    for (const char* suffix : {"-wal", "-shm"}) fs::remove(partial.string() + suffix);
+    fs::rename(partial, options.db);
+}
+
+// Sets one search class on the browse state, as the sidebar, filters and search field would.
+struct Case {
+    const char* name;
+    std::function<void(qv::BrowseState&)> apply;
+};
+
+std::vector<Case> cases(const fs::path& roots, qv::Database& db)
+{
+    const std::string samples = (roots / "home/producer/Music/Samples").string();
+    // A pack: the folder one level below a library root that holds its first sample.
+    qv::SearchQuery first;
+    first.folder = samples;
+    first.limit = 1;
+    const std::vector<qv::Sample> one = db.search(first);
+    std::string packs = samples;
+    if (!one.empty()) {
+        const fs::path relative = fs::path(one.front().path).lexically_relative(samples);
+        packs = (fs::path(samples) / *relative.begin()).string();
+    }
+    return {
+        {"empty text", [](qv::BrowseState&) {}},
+        {"rare token (bpm112)", [](qv::BrowseState& s) { s.searchText = "bpm112"; }},
+        {"common token (kick)", [](qv::BrowseState& s) { s.searchText = "kick"; }},
+        {"two tokens", [](qv::BrowseState& s) { s.searchText = "snare loop"; }},
+        {"two-letter prefix", [](qv::BrowseState& s) { s.searchText = "ba"; }},
+        {"tempo 128", [](qv::BrowseState& s) { s.bpmFilter = "128"; }},
+        {"key A minor", [](qv::BrowseState& s) { s.keyFilter = "A minor"; }},
+        {"one genre", [](qv::BrowseState& s) { s.selectedGenres = {"House"}; }},
+        {"genre set", [](qv::BrowseState& s) { s.selectedGenres = {"House", "Techno", "Lo-Fi"}; }},
+        {"pack folder", [packs](qv::BrowseState& s) { s.folderScope = packs; }},
+        {"library root folder", [samples](qv::BrowseState& s) { s.folderScope = samples; }},
+        {"favourites", [](qv::BrowseState& s) { s.favoriteMode = true; }},
+        {"sort name asc", [](qv::BrowseState& s) { s.filenameSortDirection = 1; }},
+        {"sort name desc", [](qv::BrowseState& s) { s.filenameSortDirection = -1; }},
+        {"sort time asc", [](qv::BrowseState& s) { s.timeSortDirection = 1; }},
+        {"sort time desc", [](qv::BrowseState& s) { s.timeSortDirection = -1; }},
+        {"sort bpm asc", [](qv::BrowseState& s) { s.bpmSortDirection = 1; }},
+        {"sort bpm desc", [](qv::BrowseState& s) { s.bpmSortDirection = -1; }},
+        {"deep page (50,000)", [](qv::BrowseState& s) { s.page = 1000; }},
+        {"token + type + key", [](qv::BrowseState& s) { s.searchText = "loop"; s.sectionType = "Loop"; s.keyFilter = "Am"; }},
+        {"token + tempo + genre", [](qv::BrowseState& s) { s.searchText = "loop"; s.bpmFilter = "140"; s.selectedGenres = {"Trap"}; }},
+        {"library list", [](qv::BrowseState& s) { s.libraryMode = true; }},
+    };
+}
+
+void resetBrowse(qv::BrowseState& s)
+{
+    const int layout = s.layoutMode;
+    std::vector<qv::Sample> keepRows;
+    s.searchText.clear();
+    s.page = 0;
+    s.filenameSortDirection = s.timeSortDirection = s.bpmSortDirection = 0;
+    s.libraryMode = s.favoriteMode = false;
+    s.sectionType.clear();
+    s.folderScope.clear();
+    s.playlistId.reset();
+    s.selectedGenres.clear();
+    s.instrumentFilter = s.bpmFilter = s.keyFilter = "All";
+    s.layoutMode = layout;
+}
+
+// Launch, then wait for the results to be painted; prints milliseconds since exec.
+int launchOnly(const Options& options)
+{
+    int argc = 1;
+    char name[] = "app_bench";
+    char* argv[] = {name, nullptr};
+    QApplication app(argc, argv);
+    QVController controller(
+        QVController::Options{.databasePath = options.db, .warmUpAudio = false, .useAudioDevice = false});
+    controller.applicationDidFinishLaunching();
+    QWidget* rows = controller.window()->table->viewport();
+    struct PaintWatch : QObject {
+        bool painted = false;
+        bool eventFilter(QObject*, QEvent* e) override
+        {
+            if (e->type() == QEvent::Paint) painted = true;
+            return false;
+        }
+    } watch;
+    rows->installEventFilter(&watch);
+    rows->update();
+    while (!watch.painted) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    QCoreApplication::processEvents();
+    const double sinceMain = std::chrono::duration<double, std::milli>(Clock::now() - kStaticStart).count();
+    std::printf("launch exec=%.1f main=%.1f rows=%zu", secondsSinceExec() * 1000.0, sinceMain,
+                controller.state().rows.size());
+    for (int i = 0; i < controller.launchSteps().size(); ++i) {
+        std::printf(" %s=%.1f", qPrintable(controller.launchSteps()[i]), controller.launchStepSeconds()[static_cast<std::size_t>(i)] * 1000);
+    }
+    std::printf("\n");
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--db" && i + 1 < argc) options.db = argv[++i];
+        else if (arg == "--records" && i + 1 < argc) options.records = std::stoull(argv[++i]);
+        else if (arg == "--reps" && i + 1 < argc) options.reps = std::stoi(argv[++i]);
+        else if (arg == "--launch-only") options.launchOnly = true;
+        else if (arg == "--drop-caches") options.dropCaches = true;
+        else if (arg == "--only" && i + 1 < argc) options.only = argv[++i];
+        else if (arg == "--drop-caches") options.dropCaches = true;
+        else if (arg == "--only" && i + 1 < argc) options.only = argv[++i];
+        else {
+            std::fprintf(stderr, "usage: app_bench [--db FILE] [--records N] [--reps N] [--drop-caches] [--only TEXT]\n");
+            return 2;
+        }
+    }
+    if (options.db.empty()) {
+        options.db = fs::path(argv[0]).parent_path() / "bench-data" /
+                     ("app-" + std::to_string(options.records) + ".db");
+    }
+    // Offscreen, and settings and caches of its own: the user's are never touched.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const fs::path home = options.db.parent_path() / "app-bench-home";
+    qputenv("XDG_CONFIG_HOME", (home / "config").c_str());
+    qputenv("XDG_CACHE_HOME", (home / "cache").c_str());
+    qputenv("XDG_DATA_HOME", (home / "data").c_str());
+    if (options.launchOnly) return launchOnly(options);
+
+    ensureDatabase(options);
+
+    // Starts, each in a fresh process: with the database in the file cache (as when the
+    // application was used a moment ago) and, with --drop-caches, read from the disk.
+    const auto launches = [&](const char* title, bool emptyCache) {
+        std::vector<double> execTimes;
+        std::vector<double> mainTimes;
+        std::string rowsShown;
+        for (int i = 0; i < std::max(options.reps, 5); ++i) {
+            if (emptyCache) {
+                std::system("sync");
+                std::ofstream drop("/proc/sys/vm/drop_caches");
+                drop << "3\n";
+                if (!drop.flush()) {
+                    std::printf("%s: cannot empty the file cache (needs root)\n\n", title);
+                    return true;
+                }
+            }
+            QProcess child;
+            child.start(QString::fromLocal8Bit(argv[0]), {QStringLiteral("--launch-only"), QStringLiteral("--db"),
+                                                          QString::fromStdString(options.db.string())});
+            child.waitForFinished(60000);
+            const QString out = QString::fromLocal8Bit(child.readAllStandardOutput());
+            double exec = 0, main = 0;
+            char rows[32] = {};
+            if (std::sscanf(out.toLocal8Bit().constData(), "launch exec=%lf main=%lf rows=%31s", &exec, &main, rows) != 3) {
+                std::fprintf(stderr, "launch run failed: %s %s\n", qPrintable(out), child.readAllStandardError().constData());
+                return false;
+            }
+            if (i == 0) {
+                std::printf("%s, first run's steps (ms since the controller was made): %s", title,
+                            out.section(QLatin1Char(' '), 4).toLocal8Bit().constData());
+            }
+            execTimes.push_back(exec);
+            mainTimes.push_back(main);
+            rowsShown = rows;
+        }
+        const Stats exec = stats(execTimes);
+        const Stats main = stats(mainTimes);
+        std::printf("%s: start to first page painted (%s rows), %zu fresh processes:\n", title, rowsShown.c_str(),
+                    execTimes.size());
+        std::printf("  since exec (/proc, 10 ms ticks)  p50 %7.1f ms  p95 %7.1f ms   goal < 1000 ms\n", exec.p50, exec.p95);
+        std::printf("  since static init                p50 %7.1f ms  p95 %7.1f ms\n\n", main.p50, main.p95);
+        return true;
+    };
+    if (options.only.empty() && !launches("database in the file cache", false)) return 1;
+    if (options.dropCaches && !launches("file cache emptied before each start", true)) return 1;
+
+    QApplication app(argc, argv);
+    QVController controller(
+        QVController::Options{.databasePath = options.db, .warmUpAudio = false, .useAudioDevice = false});
+    controller.applicationDidFinishLaunching();
+    QCoreApplication::processEvents();
+    qv::BrowseState& state = controller.state();
+    QVResultBrowser& browser = *controller.browser();
+    QVResultsView& table = *controller.window()->table;
+    qv::Database& db = controller.database();
+
+    std::printf("refresh through the controller: count, page, rows reconfigured and repainted (ms);\n"
+                "each timed refresh alternates between two pages; cold = the search plan's caches dropped\n");
+    std::printf("%-24s %9s %9s %9s %9s %9s %9s\n", "case", "matches", "cold p50", "cold p95", "warm p50", "warm p95",
+                "core p95");
+    double worst = 0;
+    const fs::path roots = rootsFor(options.db);
+    for (const Case& c : cases(roots, db)) {
+        if (!options.only.empty() && std::string(c.name).find(options.only) == std::string::npos) continue;
+        resetBrowse(state);
+        c.apply(state);
+        // Every timed refresh shows other rows than the one before (the next page, or
+        // back), so that the rows are really reconfigured and repainted.
+        const std::int64_t firstPage = state.page;
+        int flip = 0;
+        const auto once = [&] {
+            state.page = firstPage + (flip++ % 2);
+            QElapsedTimer t;
+            t.start();
+            browser.refresh();
+            table.repaint();
+            return t.nsecsElapsed() / 1e6;
+        };
+        db.setSearchPlan(qv::SearchPlan::Indexed);
+        once(); // warm the page cache of the file
+        once();
+        std::vector<double> cold, warm, core;
+        for (int i = 0; i < options.reps; ++i) {
+            db.setSearchPlan(qv::SearchPlan::Indexed); // drops what the plan kept
+            cold.push_back(once());
+            warm.push_back(once());
+        }
+        // The core's part alone, cold, for the first page: what the controller adds is
+        // the difference.
+        if (!state.libraryMode) {
+            for (int i = 0; i < options.reps; ++i) {
+                state.page = firstPage;
+                const qv::SearchQuery query = qv::browseQuery(state);
+                db.setSearchPlan(qv::SearchPlan::Indexed);
+                QElapsedTimer t;
+                t.start();
+                db.countMatching(query);
+                db.search(query);
+                core.push_back(t.nsecsElapsed() / 1e6);
+            }
+        }
+        const Stats coldStats = stats(cold);
+        const Stats warmStats = stats(warm);
+        worst = std::max(worst, coldStats.p95);
+        const std::string matches = state.libraryMode ? std::to_string(state.libs.size()) + " libs"
+                                                      : controller.window()->status().section(QLatin1Char(' '), 0, 0).toStdString();
+        if (std::getenv("QV_BENCH_DEBUG")) std::printf("  status: %s\n", qPrintable(controller.window()->status()));
+        std::printf("%-24s %9s %9.2f %9.2f %9.2f %9.2f %9.2f\n", c.name, matches.c_str(), coldStats.p50, coldStats.p95,
+                    warmStats.p50, warmStats.p95, core.empty() ? 0.0 : stats(core).p95);
+    }
+    std::printf("worst cold p95 %.2f ms   goal < 50 ms\n\n", worst);
+
+    // A held key: 30 presses of "next", 15 ms apart (faster than key repeat), over the
+    // first page made real with short files, while each decode takes 40 ms (a slow
+    // disk). A press must not queue a decode behind another: loads made stale before
+    // they start never decode.
+    resetBrowse(state);
+    state.sectionType = "Loop"; // audio rows only: a MIDI row never decodes
+    browser.refresh();
+    for (const qv::Sample& sample : state.rows) {
+        fs::create_directories(fs::path(sample.path).parent_path());
+        if (!fs::exists(sample.path)) {
+            std::ofstream out(sample.path, std::ios::binary);
+            const QByteArray wav = qv::silentWaveBytes();
+            out.write(wav.constData(), wav.size());
+        }
+    }
+    std::atomic<int> decodes{0};
+    controller.playback()->setPlayerFactory([&decodes](const QString& path, QString* error) {
+        ++decodes;
+        std::this_thread::sleep_for(std::chrono::milliseconds(40));
+        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+    });
+    controller.playback()->loadSampleAtIndex(0, true);
+    QElapsedTimer burst;
+    burst.start();
+    for (int i = 0; i < 30; ++i) {
+        controller.playback()->nextSample();
+        QElapsedTimer gap;
+        gap.start();
+        while (gap.elapsed() < 15) QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    const double pressing = burst.nsecsElapsed() / 1e6;
+    while (controller.playback()->playbackState() == qv::PlaybackState::Loading && burst.elapsed() < 5000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    std::printf("31 loads (1 + 30 next presses 15 ms apart, 40 ms per decode): %.0f ms of pressing, %d decodes "
+                "started, then playing row %lld (state %lld)\n",
+                pressing, decodes.load(), static_cast<long long>(state.currentIndex),
+                static_cast<long long>(controller.playback()->playbackState()));
+    return 0;
+}
