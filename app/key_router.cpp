@@ -19,6 +19,8 @@ KeyAction keyAction(int key, Qt::KeyboardModifiers modifiers, bool textFieldFocu
     case Qt::Key_Space: return KeyAction::PlayPause;
     case Qt::Key_Down: return KeyAction::NextSample;
     case Qt::Key_Up: return KeyAction::PreviousSample;
+    case Qt::Key_Left: return KeyAction::SeekBackward;
+    case Qt::Key_Right: return KeyAction::SeekForward;
     default: return KeyAction::None;
     }
 }

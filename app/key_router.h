@@ -1,6 +1,6 @@
 #pragma once
-// Space, Up and Down play and step from anywhere in the window, and Ctrl+F goes to the
-// search field, but never while a text field is typing or another window (a dialog) is
+// Space, Up and Down play and step from anywhere in the window, Left and Right seek by
+// 7 %, and Ctrl+F goes to the search field, but never while a text field is typing or another window (a dialog) is
 // in front. The full customisable table of shortcuts replaces the decision later; the
 // filter stays.
 
@@ -12,7 +12,7 @@ class QWidget;
 
 namespace qv {
 
-enum class KeyAction { None, PlayPause, NextSample, PreviousSample, FindSamples };
+enum class KeyAction { None, PlayPause, NextSample, PreviousSample, SeekBackward, SeekForward, FindSamples };
 
 KeyAction keyAction(int key, Qt::KeyboardModifiers modifiers, bool textFieldFocused, bool autoRepeat);
 

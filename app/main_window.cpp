@@ -21,7 +21,9 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QStackedWidget>
+#include <QTimer>
 #include <QToolButton>
+#include <QResizeEvent>
 #include <QTreeWidget>
 
 namespace {
@@ -113,6 +115,11 @@ QVMainWindow::QVMainWindow(const qv::WindowTheme& theme, qv::WaveformQueue& wave
     _sidebarLayout->setContentsMargins(14, 14, 14, 12);
     _sidebarLayout->setSpacing(2);
     body->addWidget(_sidebar);
+
+    _resizeSettle = new QTimer(this);
+    _resizeSettle->setSingleShot(true);
+    _resizeSettle->setInterval(500);
+    connect(_resizeSettle, &QTimer::timeout, this, [this] { emit contentResized(size()); });
 
     auto* main = new QWidget(root);
     _mainLayout = new QVBoxLayout(main);
@@ -240,7 +247,7 @@ void QVMainWindow::buildFilters()
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(8);
     for (const char* name : {"Instrument", "BPM", "Key"}) {
-        auto* popup = new QComboBox(_filtersRow);
+        auto* popup = new QVFilterPopup(_filtersRow);
         popup->setObjectName(QString::fromUtf8(name));
         popup->setToolTip(QString::fromUtf8(name));
         popup->setFocusPolicy(Qt::NoFocus);
@@ -384,6 +391,13 @@ void QVMainWindow::setStatus(const QString& text)
 QString QVMainWindow::status() const
 {
     return statusLabel->text();
+}
+
+void QVMainWindow::resizeEvent(QResizeEvent* event)
+{
+    QMainWindow::resizeEvent(event);
+    // Only a resize of the shown window is the user's; launch sets the stored size.
+    if (isVisible() && event->oldSize().isValid()) _resizeSettle->start();
 }
 
 void QVMainWindow::dragEnterEvent(QDragEnterEvent* event)

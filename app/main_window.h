@@ -4,19 +4,20 @@
 
 #include "theme.h"
 
+#include <QComboBox>
 #include <QList>
 #include <QMainWindow>
 #include <QUrl>
 
 #include <vector>
 
-class QComboBox;
 class QFrame;
 class QLabel;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
 class QStackedWidget;
+class QTimer;
 class QToolButton;
 class QTreeWidget;
 class QVPlayerPanel;
@@ -26,6 +27,22 @@ class QVBoxLayout;
 namespace qv {
 class WaveformQueue;
 }
+
+// A filter popup that asks for its choices only when it opens: the values present at a
+// million samples take a while to list, and launch must not wait for them.
+class QVFilterPopup : public QComboBox {
+    Q_OBJECT
+public:
+    using QComboBox::QComboBox;
+    void showPopup() override
+    {
+        emit aboutToShowPopup();
+        QComboBox::showPopup();
+    }
+
+signals:
+    void aboutToShowPopup();
+};
 
 class QVMainWindow : public QMainWindow {
     Q_OBJECT
@@ -63,7 +80,7 @@ public:
     QPushButton* addLibraryButton = nullptr;
     QLineEdit* search = nullptr;
     QToolButton* clearSearch = nullptr;
-    std::vector<QComboBox*> filters;
+    std::vector<QVFilterPopup*> filters;
     QPushButton* clearFilters = nullptr;
     QLabel* statusLabel = nullptr;
     QWidget* paginationGroup = nullptr;
@@ -82,10 +99,12 @@ public:
 signals:
     void foldersDropped(const QList<QUrl>& urls);
     void addLibraryRequested();
+    void contentResized(QSize size); // the user's resize, settled for half a second
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     QLabel* heading(const QString& text);
@@ -100,4 +119,5 @@ private:
     QStackedWidget* _resultsStack = nullptr;
     QWidget* _filtersRow = nullptr;
     QWidget* _headerRow = nullptr;
+    QTimer* _resizeSettle = nullptr;
 };

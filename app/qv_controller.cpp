@@ -46,6 +46,15 @@ QVController::QVController(Options options, QObject* parent)
     , _options(std::move(options))
     , _waveforms(qv::WaveformQueue::shared())
 {
+    _launchClock.start();
+}
+
+void QVController::step(const char* name)
+{
+    _launchSteps.append(QString::fromLatin1(name));
+    _launchStepSeconds.push_back(_launchClock.nsecsElapsed() / 1e9);
+    QVPlayheadDiagnostics& log = QVPlayheadDiagnostics::shared();
+    if (log.enabled()) log.record(QString::asprintf("launch-step name=%s seconds=%.3f", name, _launchStepSeconds.back()));
 }
 
 QVController::~QVController()
@@ -91,6 +100,9 @@ void QVController::applicationDidFinishLaunching()
                                                            : QRect(0, 0, 1920, 1080);
     _window->setGeometry(qv::centeredFrame(_contentSize, visible));
     buildMenu();
+    connect(_window.get(), &QVMainWindow::contentResized, this, [this](QSize size) {
+        QSettings().setValue(QLatin1String(qv::sizeKeyForMode(_state.layoutMode)), qv::formatSize(size));
+    });
     step("window");
 
     // 8-17. The panels, top to bottom of the launch list.
@@ -124,7 +136,7 @@ void QVController::applicationDidFinishLaunching()
     _window->table->setFocus(); // Space and the arrows act at once
     step("show");
     if (_options.warmUpAudio) {
-        _warmup = new QVAudioWarmup(*_window->centralWidget(), [this] { return _playback->hasPreviewPlayer(); });
+        _warmup = new QVAudioWarmup(*_window->centralWidget(), [this] { return _playback->hasPreviewPlayer(); }, players());
         _warmup->start();
         step("warm-up");
     }
@@ -140,7 +152,7 @@ void QVController::applicationDidFinishLaunching()
 
 void QVController::markLibraryAvailability()
 {
-    for (const qv::Library& library : _database->libraries()) {
+    for (const qv::Library& library : _database->libraries(qv::Counts::Skipped)) {
         std::error_code error;
         const bool available = std::filesystem::is_directory(library.path, error) && !error;
         _database->setLibraryAvailable(library.path, available);
@@ -242,6 +254,14 @@ void QVController::wireRooms()
     });
 }
 
+qv::PreviewDecoder::PlayerFactory QVController::players() const
+{
+    if (_options.useAudioDevice) return qv::PreviewDecoder::devicePlayers();
+    return [](const QString& path, QString* error) {
+        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+    };
+}
+
 void QVController::buildPlayer()
 {
     auto* panel = new QVPlayerPanel(_waveforms);
@@ -251,12 +271,7 @@ void QVController::buildPlayer()
     hooks.requestPageDelta = [this](std::int64_t delta) { _browser->requestPageDelta(delta); };
     hooks.showPageNow = [this](std::int64_t page) { _browser->showPageNow(page); };
     hooks.diagnosticSource = [this] { return _sidebar->diagnosticSource(); };
-    const qv::PreviewDecoder::PlayerFactory players =
-        _options.useAudioDevice ? qv::PreviewDecoder::devicePlayers()
-                                : [](const QString& path, QString* error) {
-                                      return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
-                                  };
-    _playback = new QVPlayback(_state, *panel, *_window->table, hooks, players);
+    _playback = new QVPlayback(_state, *panel, *_window->table, hooks, players());
     _playback->applyStoredSettings();
     connect(_playback, &QVPlayback::statusMessage, _window->statusLabel, &QLabel::setText);
 
@@ -301,6 +316,8 @@ void QVController::reloadSidebars()
             case qv::KeyAction::PlayPause: _playback->playerPlayPause(); break;
             case qv::KeyAction::NextSample: _playback->nextSample(); break;
             case qv::KeyAction::PreviousSample: _playback->previousSample(); break;
+            case qv::KeyAction::SeekBackward: _playback->seekByFraction(-0.07); break;
+            case qv::KeyAction::SeekForward: _playback->seekByFraction(0.07); break;
             case qv::KeyAction::FindSamples:
                 _window->search->setFocus();
                 _window->search->selectAll();

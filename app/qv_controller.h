@@ -4,7 +4,9 @@
 // connects one room to another. It decides nothing a room can decide.
 
 #include "browse_state.h"
+#include "preview_decoder.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QSize>
 #include <QStringList>
@@ -12,6 +14,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <vector>
 
 class QVAudioWarmup;
 class QVKeyRouter;
@@ -55,17 +58,20 @@ public:
     QVScanCoordinator* scans() const { return _scans; }
     QVAudioWarmup* warmup() const { return _warmup; }
     const QStringList& launchSteps() const { return _launchSteps; }
+    // Seconds from the controller's creation to the end of each launch step.
+    const std::vector<double>& launchStepSeconds() const { return _launchStepSeconds; }
 
 private:
     void markLibraryAvailability();
     void readLayoutAndSize();
     void buildMenu();
+    qv::PreviewDecoder::PlayerFactory players() const;
     void buildPlayer();
     void reloadSidebars();
     void wireRooms();
     void toggleFavorite(std::int64_t row);
     void recordNavigationEvent(const char* event);
-    void step(const char* name) { _launchSteps.append(QString::fromLatin1(name)); }
+    void step(const char* name);
 
     Options _options;
     std::unique_ptr<qv::Database> _database;
@@ -81,4 +87,6 @@ private:
     QSize _contentSize;
     bool _didRestoreLaunchLocation = false;
     QStringList _launchSteps;
+    std::vector<double> _launchStepSeconds;
+    QElapsedTimer _launchClock;
 };

@@ -144,7 +144,8 @@ void QVResultBrowser::refresh()
             }
             _state.lastAppliedResultsPage = _state.page;
             _state.hasNextPage = qv::kResultsPageSize + _state.page * qv::kResultsPageSize < count;
-            _window.setEmptyStateVisible(_database.countSamples() == 0);
+            // Any match proves the index holds samples; only an empty result needs the count.
+            _window.setEmptyStateVisible(count == 0 && _database.countSamples() == 0);
             _window.setStatus(qs(qv::matchesStatusText(count, _state.page, _state.rows.size())));
             _window.pageLabel->setText(qs(qv::pageLabelText(_state.page, pageCount)));
 

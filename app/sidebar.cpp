@@ -1,6 +1,7 @@
 #include "sidebar.h"
 
 #include "db/database.h"
+#include "browse_logic.h"
 #include "icons.h"
 #include "main_window.h"
 
@@ -52,8 +53,9 @@ QVSidebar::QVSidebar(qv::Database& database, qv::BrowseState& state, QVMainWindo
     connect(_window.playlistTable, &QListWidget::itemClicked, this,
             [this](QListWidgetItem* item) { selectPlaylist(item->data(kPathRole).toLongLong()); });
     for (int i = 0; i < static_cast<int>(_window.filters.size()); ++i) {
-        connect(_window.filters[static_cast<std::size_t>(i)], &QComboBox::textActivated, this,
-                [this, i](const QString& value) { filterChosen(i, value); });
+        QVFilterPopup* popup = _window.filters[static_cast<std::size_t>(i)];
+        connect(popup, &QComboBox::textActivated, this, [this, i](const QString& value) { filterChosen(i, value); });
+        connect(popup, &QVFilterPopup::aboutToShowPopup, this, [this, i] { fillFilterChoices(i); });
     }
     connect(_window.clearFilters, &QPushButton::clicked, this, &QVSidebar::clearFilters);
 }
@@ -63,7 +65,7 @@ void QVSidebar::reloadSidebars()
     // Library roots only: the folders below them come with the full tree, which must
     // not read every sample's path on this thread.
     _window.folderTree->clear();
-    for (const qv::Library& library : _database.libraries()) {
+    for (const qv::Library& library : _database.libraries(qv::Counts::Skipped)) {
         const QString path = qs(library.path);
         const QString name = library.displayLabel.empty() ? qs(std::filesystem::path(library.path).filename().string())
                                                           : qs(library.displayLabel);
@@ -73,45 +75,39 @@ void QVSidebar::reloadSidebars()
         item->setToolTip(0, path);
     }
     _window.playlistTable->clear();
-    for (const qv::Playlist& playlist : _database.playlists()) {
+    for (const qv::Playlist& playlist : _database.playlists(qv::Counts::Skipped)) {
         auto* item = new QListWidgetItem(qs(playlist.name), _window.playlistTable);
         item->setData(kPathRole, static_cast<qlonglong>(playlist.id));
     }
-    fillFilterChoices();
     syncButtons();
 }
 
-void QVSidebar::fillFilterChoices()
+void QVSidebar::fillFilterChoices(int popup)
 {
-    qv::SearchQuery everything;
-    std::vector<std::string> instruments;
-    std::vector<std::string> keys;
-    try {
-        instruments = _database.distinctFilterValues("instrument", everything);
-        keys = _database.distinctFilterValues("key", everything);
-    } catch (const std::exception&) {
-        // A list that cannot be read leaves only "All"; browsing still works.
+    // The values present in the current place, as the query of this place sees them.
+    qv::SearchQuery place = qv::browseQuery(_state);
+    place.instrument.clear(); // a popup lists what else could be chosen, not its own choice
+    place.key.clear();
+    QStringList values;
+    if (popup == 1) {
+        for (int tempo : kTempoChoices) values.append(QString::number(tempo));
+    } else {
+        try {
+            for (const std::string& value : _database.distinctFilterValues(popup == 0 ? "instrument" : "key", place)) {
+                if (value != "None") values.append(qs(value));
+            }
+        } catch (const std::exception&) {
+            // A list that cannot be read leaves only "All"; browsing still works.
+        }
     }
-    const auto fill = [this](int popup, const QStringList& values) {
-        QComboBox* box = _window.filters[static_cast<std::size_t>(popup)];
-        const QSignalBlocker quiet(box);
-        const QString current = box->currentText();
-        box->clear();
-        box->addItem(QStringLiteral("All"));
-        box->addItems(values);
-        box->setCurrentText(values.contains(current) ? current : QStringLiteral("All"));
-    };
-    QStringList instrumentList;
-    for (const std::string& value : instruments) instrumentList.append(qs(value));
-    QStringList tempoList;
-    for (int tempo : kTempoChoices) tempoList.append(QString::number(tempo));
-    QStringList keyList;
-    for (const std::string& value : keys) {
-        if (value != "None") keyList.append(qs(value));
-    }
-    fill(0, instrumentList);
-    fill(1, tempoList);
-    fill(2, keyList);
+    QComboBox* box = _window.filters[static_cast<std::size_t>(popup)];
+    const QSignalBlocker quiet(box);
+    const QString current = box->currentText();
+    box->clear();
+    box->addItem(QStringLiteral("All"));
+    box->addItems(values);
+    if (box->findText(current) < 0) box->addItem(current); // still chosen, though no longer present
+    box->setCurrentText(current);
 }
 
 void QVSidebar::changeContext()

@@ -42,7 +42,7 @@ signals:
 private:
     void changeContext();
     void syncButtons();
-    void fillFilterChoices();
+    void fillFilterChoices(int popup); // when it opens
     void filterChosen(int popup, const QString& value);
     void setPopup(int popup, const QString& value);
 

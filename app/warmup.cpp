@@ -40,10 +40,12 @@ private:
 
 } // namespace
 
-QVAudioWarmup::QVAudioWarmup(QWidget& content, std::function<bool()> previewExists, QObject* parent)
+QVAudioWarmup::QVAudioWarmup(QWidget& content, std::function<bool()> previewExists,
+                             qv::PreviewDecoder::PlayerFactory players, QObject* parent)
     : QObject(parent)
     , _content(content)
     , _previewExists(std::move(previewExists))
+    , _players(std::move(players))
 {
 }
 
@@ -74,12 +76,12 @@ void QVAudioWarmup::start()
     _overlay->show();
 
     QPointer<QVAudioWarmup> self(this);
-    QThreadPool::globalInstance()->start([self] {
+    QThreadPool::globalInstance()->start([self, players = _players] {
         std::unique_ptr<qv::PreviewPlayer> player;
         QTemporaryFile file(QDir::tempPath() + QStringLiteral("/quorvalinder-warmup-XXXXXX.wav"));
         if (file.open() && file.write(qv::silentWaveBytes()) == qv::silentWaveBytes().size() && file.flush()) {
             QString error;
-            player = qv::PreviewPlayer::create(file.fileName(), &error);
+            player = players(file.fileName(), &error);
             if (player) {
                 player->setVolume(0);
                 if (!player->prepareToPlay()) player.reset();
@@ -100,7 +102,7 @@ void QVAudioWarmup::prepared(std::unique_ptr<qv::PreviewPlayer> player)
 {
     if (player && !(_previewExists && _previewExists())) {
         _sound = std::move(player);
-        _sound->play();
+        _played = _sound->play();
     }
     QTimer::singleShot(kDurationMs, this, &QVAudioWarmup::end);
 }

@@ -2,6 +2,7 @@
 // whose name has spaces, '%' and non-ASCII: launch, stale decodes, skipping, crossing a
 // page, the search debounce and coalesced page requests. Players run on a clock.
 #include "main_window.h"
+#include "warmup.h"
 #include "playback.h"
 #include "qv_controller.h"
 #include "result_browser.h"
@@ -15,6 +16,8 @@
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
+#include <QUrl>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -169,15 +172,18 @@ TEST_F(ControllerTest, SteppingSkipsMissingFilesAndCrossesPages)
     EXPECT_EQ(controller->window()->table->selectedRow(), 9);
 }
 
-TEST_F(ControllerTest, TypedSearchWaitsForTheDebounce)
+TEST_F(ControllerTest, TypedSearchWaitsForTheDebounceAndClampsThePage)
 {
     launch();
+    controller->browser()->nextPage();
+    ASSERT_TRUE(waitFor([&] { return state().page == 1 && !state().pageTransitionScheduled; }));
     QLineEdit* search = controller->window()->search;
     search->setText(QStringLiteral("Snare"));
     EXPECT_TRUE(controller->browser()->searchRefreshPending());
-    EXPECT_EQ(state().rows.size(), 50u) << "nothing runs before the pause";
+    EXPECT_EQ(state().rows.size(), 10u) << "nothing runs before the pause";
     ASSERT_TRUE(waitFor([&] { return !controller->browser()->searchRefreshPending(); }, 1000));
     ASSERT_EQ(state().rows.size(), 30u);
+    EXPECT_EQ(state().page, 0) << "page 2 of the old result does not exist in the new one";
     for (const qv::Sample& s : state().rows) EXPECT_NE(s.filename.find("Snare"), std::string::npos) << s.filename;
     EXPECT_EQ(status(), QString::fromUtf8("30 matching samples  \u2022  showing 1\u201330"));
 }
@@ -199,6 +205,81 @@ TEST_F(ControllerTest, RapidPageRequestsCoalesceIntoOneRefresh)
     browser.requestPageDelta(1); // nothing beyond: stays
     QTest::qWait(50);
     EXPECT_EQ(state().page, 1);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ControllerTest, FoldersDroppedOnTheWindowAreScannedInTheBackground)
+{
+    launch();
+    const fs::path more = dir / "More \"Quoted\" Loops";
+    fs::create_directories(more);
+    qv::test::writeTone(more / "Pad 90 BPM.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1.0, 8000, 1);
+    QVMainWindow& window = *controller->window();
+    emit window.foldersDropped({QUrl::fromLocalFile(QString::fromStdString(more.string())),
+                                QUrl::fromLocalFile(QString::fromStdString(more.string()))});
+    EXPECT_EQ(status(), QString::fromUtf8("Scanning 1 root folder\u2026 You can keep browsing."));
+    emit window.foldersDropped({QUrl::fromLocalFile(QString::fromStdString(more.string()))});
+    EXPECT_EQ(status(), "A library scan is already running. Please wait for it to finish.");
+    ASSERT_TRUE(waitFor([&] { return status().startsWith("Scan complete"); }));
+    EXPECT_EQ(status(), QString::fromUtf8("Scan complete  \u2022  1 new  \u2022  0 updated  \u2022  0 unchanged  \u2022  0 missing"));
+    EXPECT_EQ(controller->database().libraries().size(), 2u);
+    EXPECT_EQ(window.pageLabel->text(), "Page 1 of 2") << "61 samples after the refresh";
+}
+
+TEST_F(ControllerTest, SortingKeepsTheLoadedSampleSelected)
+{
+    launch();
+    playback().loadSampleAtIndex(29, true); // the last kick, "Kick 58"
+    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    const std::int64_t id = playback().currentSample()->id;
+    QPushButton* header = controller->window()->filenameHeader;
+    header->click();
+    header->click(); // descending: thirty snares first, then the kicks from 58 down
+    ASSERT_TRUE(waitFor([&] { return state().rows.front().filename == "Snare 59.wav"; }));
+    EXPECT_EQ(header->text(), QString::fromUtf8("Filename  \u25bc"));
+    EXPECT_EQ(state().currentIndex, 30);
+    EXPECT_EQ(controller->window()->table->selectedRow(), 30);
+    EXPECT_EQ(state().rows[30].id, id);
+    EXPECT_EQ(state().sortedNavigationTotal, 60);
+    EXPECT_EQ(state().sortedNavigationIndex, 30);
+
+    // A loaded sample that the new order puts on another page is not selected.
+    playback().loadSampleAtIndex(49, true); // "Kick 40"
+    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    controller->window()->timeHeader->click();
+    ASSERT_TRUE(waitFor([&] { return controller->window()->filenameHeader->text() == "Filename"; }));
+    ASSERT_TRUE(waitFor([&] { return state().timeSortDirection == 1 && !state().pageTransitionScheduled; }));
+    QTest::qWait(20);
+    const bool onPage = std::any_of(state().rows.begin(), state().rows.end(),
+                                    [&](const qv::Sample& s) { return s.id == playback().currentSample()->id; });
+    EXPECT_EQ(state().currentIndex >= 0, onPage);
+}
+
+TEST(AudioWarmup, PlaysSilenceUnderAnOverlayUnlessAPreviewIsAlreadyThere)
+{
+    const auto clockPlayers = [](const QString& path, QString* error) {
+        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+    };
+    for (const bool previewExists : {false, true}) {
+        SCOPED_TRACE(previewExists);
+        QWidget content;
+        content.resize(800, 500);
+        QVAudioWarmup warmup(content, [previewExists] { return previewExists; }, clockPlayers);
+        QSignalSpy finished(&warmup, &QVAudioWarmup::finished);
+        warmup.start();
+        EXPECT_TRUE(warmup.overlayVisible());
+        auto* overlay = content.findChild<QWidget*>(QStringLiteral("warmupOverlay"));
+        ASSERT_NE(overlay, nullptr);
+        EXPECT_EQ(overlay->geometry(), content.rect());
+        ASSERT_TRUE(finished.wait(3000));
+        EXPECT_EQ(warmup.playedSound(), !previewExists);
+        EXPECT_FALSE(warmup.overlayVisible());
+        EXPECT_FALSE(warmup.soundPlaying());
+        EXPECT_EQ(content.findChild<QWidget*>(QStringLiteral("warmupOverlay")), nullptr);
+    }
 }
 
 } // namespace

@@ -79,6 +79,8 @@ TEST(KeyRouter, SpaceAndArrowsOnlyWhenNotTypingAndNotHeld)
     EXPECT_EQ(qv::keyAction(Qt::Key_Down, Qt::ShiftModifier, false, false), KeyAction::None);
     EXPECT_EQ(qv::keyAction(Qt::Key_F, Qt::ControlModifier, true, false), KeyAction::FindSamples);
     EXPECT_EQ(qv::keyAction(Qt::Key_F, Qt::NoModifier, false, false), KeyAction::None);
+    EXPECT_EQ(qv::keyAction(Qt::Key_Left, Qt::NoModifier, false, false), KeyAction::SeekBackward);
+    EXPECT_EQ(qv::keyAction(Qt::Key_Right, Qt::NoModifier, true, false), KeyAction::None);
 }
 
 } // namespace

@@ -10,8 +10,15 @@ qv_pulse_pid=
 qv_xvfb_pid=
 
 qv_stop_session() {
-  [[ -n "$qv_pulse_pid" ]] && kill "$qv_pulse_pid" 2>/dev/null || true
-  [[ -n "$qv_xvfb_pid" ]] && kill "$qv_xvfb_pid" 2>/dev/null || true
+  local pid
+  for pid in $qv_pulse_pid $qv_xvfb_pid; do
+    kill "$pid" 2>/dev/null || continue
+    # Gone before its files are removed; a daemon still writing them would race rm.
+    for _ in $(seq 50); do
+      kill -0 "$pid" 2>/dev/null || break
+      sleep 0.05
+    done
+  done
   qv_pulse_pid=
   qv_xvfb_pid=
 }
