@@ -1,6 +1,7 @@
 #include "qv_controller.h"
 
 #include "db/database.h"
+#include "app_menu.h"
 #include "key_router.h"
 #include "main_window.h"
 #include "playback.h"
@@ -99,7 +100,7 @@ void QVController::applicationDidFinishLaunching()
     const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
                                                            : QRect(0, 0, 1920, 1080);
     _window->setGeometry(qv::centeredFrame(_contentSize, visible));
-    buildMenu();
+    buildApplicationMenu(*_window);
     connect(_window.get(), &QVMainWindow::contentResized, this, [this](QSize size) {
         QSettings().setValue(QLatin1String(qv::sizeKeyForMode(_state.layoutMode)), qv::formatSize(size));
     });
@@ -168,44 +169,6 @@ void QVController::readLayoutAndSize()
     const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
                                                            : QRect(0, 0, 1920, 1080);
     _contentSize = qv::clampedContentSize(qv::storedContentSize(_state.layoutMode, sizeText), _state.layoutMode, visible);
-}
-
-void QVController::buildMenu()
-{
-    QMenu* menu = _window->menuBar()->addMenu(QStringLiteral("Quorvalinder"));
-    QAction* about = menu->addAction(QStringLiteral("About Quorvalinder"));
-    connect(about, &QAction::triggered, _window.get(), [this] {
-        QMessageBox::about(_window.get(), QStringLiteral("About Quorvalinder"),
-                           QStringLiteral("<b>Quorvalinder</b> %1<br>A sample browser for music producers.<br>© Ostrelle")
-                               .arg(QCoreApplication::applicationVersion()));
-    });
-    menu->addSeparator();
-    QAction* settings = menu->addAction(QStringLiteral("Settings\u2026"));
-    settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
-    connect(settings, &QAction::triggered, _window.get(), [this] {
-        QDialog dialog(_window.get());
-        dialog.setWindowTitle(QStringLiteral("Settings"));
-        auto* form = new QFormLayout(&dialog);
-        auto* theme = new QComboBox(&dialog);
-        theme->addItems({QStringLiteral("Purple"), QStringLiteral("Classic"), QStringLiteral("Green")});
-        theme->setCurrentText(_window->theme().name);
-        form->addRow(QStringLiteral("Theme"), theme);
-        auto* note = new QLabel(QStringLiteral("A new theme shows at the next start."), &dialog);
-        note->setObjectName(QStringLiteral("caption"));
-        form->addRow(note);
-        auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
-        form->addRow(buttons);
-        connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
-        connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-        if (dialog.exec() == QDialog::Accepted) {
-            QSettings().setValue(QLatin1String(qv::kThemeSelectionKey), theme->currentText());
-        }
-    });
-    menu->addSeparator();
-    QAction* quit = menu->addAction(QStringLiteral("Quit Quorvalinder"));
-    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
-    quit->setShortcutContext(Qt::ApplicationShortcut);
-    connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
 }
 
 void QVController::wireRooms()

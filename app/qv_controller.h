@@ -64,7 +64,6 @@ public:
 private:
     void markLibraryAvailability();
     void readLayoutAndSize();
-    void buildMenu();
     qv::PreviewDecoder::PlayerFactory players() const;
     void buildPlayer();
     void reloadSidebars();

@@ -134,30 +134,29 @@ void QVSidebar::syncButtons()
     if (!_state.playlistId) _window.playlistTable->clearSelection();
 }
 
-void QVSidebar::showAllSamples()
+void QVSidebar::setPlace(Place place)
 {
-    _state.favoriteMode = false;
-    _state.libraryMode = false;
+    _state.favoriteMode = place == Place::Favorites;
+    _state.libraryMode = place == Place::Libraries;
     _state.folderScope.clear();
     _state.playlistId.reset();
+}
+
+void QVSidebar::showAllSamples()
+{
+    setPlace(Place::AllSamples);
     changeContext();
 }
 
 void QVSidebar::showFavorites()
 {
-    _state.favoriteMode = true;
-    _state.libraryMode = false;
-    _state.folderScope.clear();
-    _state.playlistId.reset();
+    setPlace(Place::Favorites);
     changeContext();
 }
 
 void QVSidebar::showLibraries()
 {
-    _state.libraryMode = true;
-    _state.favoriteMode = false;
-    _state.folderScope.clear();
-    _state.playlistId.reset();
+    setPlace(Place::Libraries);
     changeContext();
 }
 
@@ -171,19 +170,15 @@ void QVSidebar::toggleSection(const QString& type)
 
 void QVSidebar::selectFolder(const QString& path)
 {
+    setPlace(Place::AllSamples);
     _state.folderScope = path.toStdString();
-    _state.playlistId.reset();
-    _state.favoriteMode = false;
-    _state.libraryMode = false;
     changeContext();
 }
 
 void QVSidebar::selectPlaylist(std::int64_t id)
 {
+    setPlace(Place::AllSamples);
     _state.playlistId = id;
-    _state.folderScope.clear();
-    _state.favoriteMode = false;
-    _state.libraryMode = false;
     changeContext();
 }
 

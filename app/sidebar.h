@@ -40,6 +40,8 @@ signals:
     void contextChanged(); // reset to page 1 and refresh
 
 private:
+    enum class Place { AllSamples, Favorites, Libraries };
+    void setPlace(Place place); // and no folder or playlist
     void changeContext();
     void syncButtons();
     void fillFilterChoices(int popup); // when it opens

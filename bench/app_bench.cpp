@@ -6,7 +6,7 @@
 //    fresh processes (this executable again with --launch-only);
 //  - a burst of 30 "next sample" presses: how many decodes it started.
 //
-//   app_bench [--db FILE] [--records N] [--reps N] [--drop-caches] [--only TEXT]
+//   app_bench [--db FILE] [--records N] [--seed N] [--reps N] [--drop-caches] [--only TEXT]
 //
 // The database is generated once, its library folders made to exist (the last library
 // stays offline, as in search_bench), and reused: bench-data/app-<N>.db beside this
@@ -75,6 +75,7 @@ double secondsSinceExec()
 struct Options {
     fs::path db;
     std::uint64_t records = 1000000;
+    std::uint64_t seed = 1;
     int reps = 10;
     bool launchOnly = false;
     bool dropCaches = false; // also start with the file cache emptied (needs root)
@@ -113,7 +114,7 @@ void ensureDatabase(const Options& options)
     fs::remove(partial);
     {
         qv::Database db(partial);
-        const qv::testkit::FillSummary summary = qv::testkit::fillDatabase(db, options.records, 1, roots.string());
+        const qv::testkit::FillSummary summary = qv::testkit::fillDatabase(db, options.records, options.seed, roots.string());
         for (const std::string& library : summary.libraryPaths) {
             if (library != summary.offlineLibrary) fs::create_directories(library);
         }
@@ -226,19 +227,21 @@ int main(int argc, char** argv)
         if (arg == "--db" && i + 1 < argc) options.db = argv[++i];
         else if (arg == "--records" && i + 1 < argc) options.records = std::stoull(argv[++i]);
         else if (arg == "--reps" && i + 1 < argc) options.reps = std::stoi(argv[++i]);
+        else if (arg == "--seed" && i + 1 < argc) options.seed = std::stoull(argv[++i]);
         else if (arg == "--launch-only") options.launchOnly = true;
         else if (arg == "--drop-caches") options.dropCaches = true;
         else if (arg == "--only" && i + 1 < argc) options.only = argv[++i];
         else if (arg == "--drop-caches") options.dropCaches = true;
         else if (arg == "--only" && i + 1 < argc) options.only = argv[++i];
         else {
-            std::fprintf(stderr, "usage: app_bench [--db FILE] [--records N] [--reps N] [--drop-caches] [--only TEXT]\n");
+            std::fprintf(stderr, "usage: app_bench [--db FILE] [--records N] [--seed N] [--reps N] [--drop-caches] [--only TEXT]\n");
             return 2;
         }
     }
     if (options.db.empty()) {
         options.db = fs::path(argv[0]).parent_path() / "bench-data" /
-                     ("app-" + std::to_string(options.records) + ".db");
+                     ("app-" + std::to_string(options.records)
+                      + (options.seed == 1 ? std::string() : "-seed" + std::to_string(options.seed)) + ".db");
     }
     // Offscreen, and settings and caches of its own: the user's are never touched.
     qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -283,3 +283,30 @@ TEST(AudioWarmup, PlaysSilenceUnderAnOverlayUnlessAPreviewIsAlreadyThere)
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(ControllerTest, ALovedRowIsInFavoritesAndThePlaceStartsANewBrowseContext)
+{
+    launch();
+    QVMainWindow& window = *controller->window();
+    const std::int64_t loved = state().rows[3].id;
+    emit window.table->heartClicked(3);
+    EXPECT_TRUE(state().rows[3].favorite);
+    EXPECT_TRUE(controller->database().isFavorite(loved));
+
+    const std::uint64_t before = state().browseContextGeneration;
+    window.navButtons[1].button->click(); // Favorites
+    EXPECT_EQ(state().browseContextGeneration, before + 1);
+    ASSERT_TRUE(waitFor([&] { return state().rows.size() == 1; }));
+    EXPECT_EQ(state().rows[0].id, loved);
+    EXPECT_TRUE(window.navButtons[1].button->isChecked());
+    EXPECT_FALSE(window.navButtons[0].button->isChecked());
+
+    window.navButtons[0].button->click(); // All Samples
+    ASSERT_TRUE(waitFor([&] { return state().rows.size() == 50; }));
+    emit window.table->heartClicked(3); // unloved again
+    EXPECT_FALSE(controller->database().isFavorite(loved));
+}
+
+} // namespace

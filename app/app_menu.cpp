@@ -1,0 +1,53 @@
+#include "app_menu.h"
+
+#include "main_window.h"
+#include "startup_logic.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QSettings>
+
+void buildApplicationMenu(QVMainWindow& window)
+{
+    QMenu* menu = window.menuBar()->addMenu(QStringLiteral("Quorvalinder"));
+    QAction* about = menu->addAction(QStringLiteral("About Quorvalinder"));
+    QObject::connect(about, &QAction::triggered, &window, [&window] {
+        QMessageBox::about(&window, QStringLiteral("About Quorvalinder"),
+                           QStringLiteral("<b>Quorvalinder</b> %1<br>A sample browser for music producers.<br>© Ostrelle")
+                               .arg(QCoreApplication::applicationVersion()));
+    });
+    menu->addSeparator();
+    QAction* settings = menu->addAction(QStringLiteral("Settings\u2026"));
+    settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    QObject::connect(settings, &QAction::triggered, &window, [&window] {
+        QDialog dialog(&window);
+        dialog.setWindowTitle(QStringLiteral("Settings"));
+        auto* form = new QFormLayout(&dialog);
+        auto* theme = new QComboBox(&dialog);
+        theme->addItems({QStringLiteral("Purple"), QStringLiteral("Classic"), QStringLiteral("Green")});
+        theme->setCurrentText(window.theme().name);
+        form->addRow(QStringLiteral("Theme"), theme);
+        auto* note = new QLabel(QStringLiteral("A new theme shows at the next start."), &dialog);
+        note->setObjectName(QStringLiteral("caption"));
+        form->addRow(note);
+        auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+        form->addRow(buttons);
+        QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+        QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+        if (dialog.exec() == QDialog::Accepted) {
+            QSettings().setValue(QLatin1String(qv::kThemeSelectionKey), theme->currentText());
+        }
+    });
+    menu->addSeparator();
+    QAction* quit = menu->addAction(QStringLiteral("Quit Quorvalinder"));
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit->setShortcutContext(Qt::ApplicationShortcut);
+    QObject::connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+}
