@@ -147,6 +147,10 @@ void QVPlayback::loadSampleAtIndex(std::int64_t index, bool autoplay, std::int64
 
     if (sample.type == qv::SampleType::MIDI) {
         _panel.waveform()->showMIDIPlaceholder();
+        // The player keeps its sample, but the row is where the walk now stands: without
+        // this, the next step would start from the loaded row and land here again.
+        focusSampleRow(index);
+        _state.manualPageNavigationAnchorActive = true;
         return;
     }
 

@@ -359,8 +359,8 @@ bool QVResultBrowser::searchRefreshPending() const
 
 void QVResultBrowser::clearSearch()
 {
-    _searchDebounce->stop();
     _window.search->clear();
+    _searchDebounce->stop(); // clearing the field scheduled one; the reset below refreshes
     _state.searchText.clear();
     _window.clearSearch->setVisible(false);
     resetPageAndRefresh();

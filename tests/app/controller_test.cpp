@@ -2,6 +2,8 @@
 // whose name has spaces, '%' and non-ASCII: launch, stale decodes, skipping, crossing a
 // page, the search debounce and coalesced page requests. Players run on a clock.
 #include "main_window.h"
+#include "player_panel.h"
+#include "waveform_view.h"
 #include "warmup.h"
 #include "playback.h"
 #include "qv_controller.h"
@@ -307,6 +309,34 @@ TEST_F(ControllerTest, ALovedRowIsInFavoritesAndThePlaceStartsANewBrowseContext)
     ASSERT_TRUE(waitFor([&] { return state().rows.size() == 50; }));
     emit window.table->heartClicked(3); // unloved again
     EXPECT_FALSE(controller->database().isFavorite(loved));
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ControllerTest, SteppingPassesAMidiRowWithoutPlayingIt)
+{
+    // A header-only MIDI file between "Kick 02" and "Kick 04".
+    qv::testkit::writeFile(library / "Kick 03.mid", std::string("MThd\0\0\0\x06\0\0\0\x01\0\x60", 14));
+    {
+        qv::Database db(databasePath);
+        qv::LibraryScanner(db).scan(library, {}, false);
+    }
+    launch();
+    ASSERT_EQ(state().rows[2].type, qv::SampleType::MIDI);
+    playback().loadSampleAtIndex(1, true);
+    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    const std::int64_t playing = playback().currentSample()->id;
+
+    playback().nextSample();
+    EXPECT_TRUE(controller->window()->player->waveform()->midiMode());
+    EXPECT_EQ(playback().currentSample()->id, playing) << "the player keeps its sample";
+    EXPECT_EQ(controller->window()->table->selectedRow(), 2);
+
+    playback().nextSample();
+    ASSERT_TRUE(waitFor([&] { return playback().currentSample()->id == state().rows[3].id; }));
+    EXPECT_EQ(state().currentIndex, 3);
 }
 
 } // namespace
