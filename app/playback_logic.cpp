@@ -26,6 +26,21 @@ std::string displayKey(const std::string& musicalKey)
     return musicalKey;
 }
 
+std::string lengthText(double seconds)
+{
+    if (!std::isfinite(seconds) || seconds < 0) return "0.0s";
+    char buffer[48];
+    if (seconds < 9.95) {
+        std::snprintf(buffer, sizeof buffer, "%.1fs", seconds);
+        return buffer;
+    }
+    if (seconds < 59.5) {
+        std::snprintf(buffer, sizeof buffer, "%.0fs", seconds);
+        return buffer;
+    }
+    return clockText(seconds);
+}
+
 std::string bpmText(const std::optional<std::int32_t>& bpm)
 {
     return bpm ? std::to_string(*bpm) : "--";

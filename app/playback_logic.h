@@ -19,6 +19,9 @@ std::string clockText(double seconds);
 // "Am" for a minor key, "Cmaj" for a major one, a bare note as it is, "--" for none.
 std::string displayKey(const std::string& musicalKey);
 std::string bpmText(const std::optional<std::int32_t>& bpm); // "%d" or "--"
+// A sample's length in a result row: tenths under ten seconds ("0.4s"), whole seconds
+// under a minute ("42s"), then the clock ("1:05"). A one-shot is not "0:00".
+std::string lengthText(double seconds);
 // Freedesktop-style names of the speaker symbols: slashed, one wave, two waves.
 std::string volumeSymbol(double volume);
 // One attempt while stepping (the walk moves on), two for a direct load.

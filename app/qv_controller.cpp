@@ -186,6 +186,7 @@ void QVController::wireRooms()
     browserHooks.navigateSamples = [this](std::int64_t d, std::int64_t from) { _playback->navigateSamplesInDirection(d, from); };
     browserHooks.focusRow = [this](std::int64_t row) { _playback->focusSampleRow(row); };
     _browser = new QVResultBrowser(*_database, _state, w, _waveforms, browserHooks);
+    _browser->setReducedMotion(QSettings().value(QLatin1String(qv::kReduceMotionKey), false).toBool());
     _scans = new QVScanCoordinator(*_database);
 
     connect(_sidebar, &QVSidebar::contextChanged, _browser, &QVResultBrowser::resetPageAndRefresh);

@@ -300,7 +300,7 @@ QString QVResultRow::metadataHtml(const qv::Sample& sample, const QColor& linkCo
     }
     if (sample.duration) {
         parts << link(QStringLiteral("duration"), QString::number(*sample.duration, 'g', 10),
-                      QString::fromStdString(qv::clockText(*sample.duration)), colour);
+                      QString::fromStdString(qv::lengthText(*sample.duration)), colour);
     }
     return QStringLiteral("<span style=\"color:%1\">%2</span>").arg(colour, parts.join(kSeparator));
 }

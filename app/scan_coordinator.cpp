@@ -6,7 +6,9 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QFileDialog>
+#include <QDir>
 #include <QPointer>
+#include <QStandardPaths>
 #include <QThreadPool>
 
 #include <exception>
@@ -26,6 +28,9 @@ void QVScanCoordinator::addLibrary(QWidget* dialogParent)
     QFileDialog dialog(dialogParent, tr("Add Sample Folder"));
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly);
+    // Samples live in the music folder more often than where the program was started.
+    const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
+    dialog.setDirectory(QDir(music).exists() ? music : QDir::homePath());
     // Qt's own dialog lets several folders be chosen at once.
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     if (auto* view = dialog.findChild<QAbstractItemView*>(QStringLiteral("listView"))) {

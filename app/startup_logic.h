@@ -17,6 +17,7 @@ inline constexpr const char* kThemeSelectionKey = "QVThemeSelection";
 inline constexpr const char* kPlayerRepeatKey = "QVPlayerRepeat";
 inline constexpr const char* kPlayerVolumeKey = "QVPlayerVolume";
 inline constexpr double kDefaultPlayerVolume = 0.8;
+inline constexpr const char* kReduceMotionKey = "QVReduceMotion"; // true: no fades
 inline constexpr const char* kWindowTitle = "Quorvalinder \u2014 Ostrelle";
 
 // Absent means 1 (desktop); any non-zero stored value is 1.

@@ -26,6 +26,12 @@ TEST(PlayerTexts, ClockKeyTempoAndVolume)
     EXPECT_EQ(qv::displayKey("C# major"), "C#maj");
     EXPECT_EQ(qv::displayKey("F#"), "F#");
     EXPECT_EQ(qv::displayKey("None"), "--");
+    EXPECT_EQ(qv::lengthText(0.43), "0.4s");
+    EXPECT_EQ(qv::lengthText(9.96), "10s");
+    EXPECT_EQ(qv::lengthText(42.4), "42s");
+    EXPECT_EQ(qv::lengthText(59.6), "0:59");
+    EXPECT_EQ(qv::lengthText(65), "1:05");
+    EXPECT_EQ(qv::lengthText(-1), "0.0s");
     EXPECT_EQ(qv::bpmText(174), "174");
     EXPECT_EQ(qv::bpmText(std::nullopt), "--");
 

@@ -156,7 +156,7 @@ TEST_F(ResultsViewTest, MetadataLinksShowTheFieldsAndReportRawValues)
     };
     const std::vector<Expected> cases{
         {0, QStringLiteral("One Shot"), {{"type", "One Shot"}}},
-        {1, QStringLiteral("Loop · Kick · Drum & Bass · F#m · 174 BPM · 0:02"),
+        {1, QStringLiteral("Loop · Kick · Drum & Bass · F#m · 174 BPM · 2.5s"),
          {{"type", "Loop"}, {"instrument", "Kick"}, {"genre", "Drum & Bass"}, {"key", "F# minor"}, {"bpm", "174"}, {"duration", "2.5"}}},
     };
     QSignalSpy activated(&_view, &QVResultsView::metadataLinkActivated);
