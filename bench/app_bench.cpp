@@ -243,6 +243,9 @@ int main(int argc, char** argv)
                      ("app-" + std::to_string(options.records)
                       + (options.seed == 1 ? std::string() : "-seed" + std::to_string(options.seed)) + ".db");
     }
+    // Library paths are stored as generated: relative ones would be offline from any
+    // other working directory.
+    options.db = fs::absolute(options.db);
     // Offscreen, and settings and caches of its own: the user's are never touched.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const fs::path home = options.db.parent_path() / "app-bench-home";
