@@ -340,3 +340,30 @@ TEST_F(ControllerTest, SteppingPassesAMidiRowWithoutPlayingIt)
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(ControllerTest, ACorruptFileIsReportedInTheStatusLineAndTheWalkGoesOn)
+{
+    qv::testkit::writeFile(library / "Kick 03 broken.wav", "RIFF\x10\0\0\0WAVEjunk that is not audio");
+    {
+        qv::Database db(databasePath);
+        qv::LibraryScanner(db).scan(library, {}, false);
+    }
+    launch();
+    ASSERT_EQ(state().rows[2].filename, "Kick 03 broken.wav");
+    playback().loadSampleAtIndex(2, true);
+    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Failed; }));
+    EXPECT_TRUE(status().startsWith("Cannot preview Kick 03 broken.wav: ")) << status().toStdString();
+
+    // Stepping onto it from the row before moves past it to the next playable row.
+    playback().loadSampleAtIndex(1, true);
+    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    playback().nextSample();
+    ASSERT_TRUE(waitFor([&] {
+        return playback().currentSample()->id == state().rows[3].id && playback().playbackState() == PlaybackState::Playing;
+    }));
+    EXPECT_TRUE(status().startsWith("Cannot preview Kick 03 broken.wav: ")) << "the skip says why";
+}
+
+} // namespace
