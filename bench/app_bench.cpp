@@ -362,7 +362,6 @@ int main(int argc, char** argv)
         worst = std::max(worst, coldStats.p95);
         const std::string matches = state.libraryMode ? std::to_string(state.libs.size()) + " libs"
                                                       : controller.window()->status().section(QLatin1Char(' '), 0, 0).toStdString();
-        if (std::getenv("QV_BENCH_DEBUG")) std::printf("  status: %s\n", qPrintable(controller.window()->status()));
         std::printf("%-24s %9s %9.2f %9.2f %9.2f %9.2f %9.2f\n", c.name, matches.c_str(), coldStats.p50, coldStats.p95,
                     warmStats.p50, warmStats.p95, core.empty() ? 0.0 : stats(core).p95);
     }
