@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs the whole test suite: every test in the
-# normal build, the core tests again under AddressSanitizer and UBSan, the threaded tests
+# normal build, the core and window tests again under AddressSanitizer and UBSan, the threaded tests
 # under ThreadSanitizer, then a short run of each fuzz target, and the preview player
 # through a real audio sink (a private PulseAudio null sink), and the real window under
 # Xvfb driven by key presses. This is what CI runs.
@@ -32,14 +32,15 @@ bash tests/e2e/window_e2e.sh build
 
 if ((!quick)); then
   echo "== build (address + undefined sanitizers)"
-  # Only what runs there: the core suite.
-  QV_TARGETS=qvcore_tests bash tools/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON -DQV_BUILD_BENCH=OFF
+  # Only what runs there: the core suite and the window's (threads, players' lifetimes).
+  QV_TARGETS="qvcore_tests qvapp_tests" bash tools/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON \
+    -DQV_BUILD_BENCH=OFF
 
   export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
   export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
-  echo "== core tests under sanitizers"
-  ctest --test-dir build-asan -L core --output-on-failure --parallel "$(nproc)"
+  echo "== core and window tests under sanitizers"
+  ctest --test-dir build-asan -L 'core|app' --output-on-failure --parallel "$(nproc)"
 
   echo "== threads under ThreadSanitizer (one test executable only)"
   if [[ ! -f build-tsan/build.ninja ]]; then
