@@ -33,9 +33,9 @@ qv_focus_window "Quorvalinder" >/dev/null || fail "no window appeared"
 sleep 1 # the warm-up overlay comes and goes
 "$build/testkit/qv-grab" "$qv_session_dir/window.png" || fail "cannot grab the screen"
 xdotool key space
-sleep 0.8
+sleep 1.5 # a slow machine still decodes the first preview in time
 xdotool key Down
-sleep 0.8
+sleep 1.5 # a slow machine still decodes the first preview in time
 xdotool key ctrl+q
 for _ in $(seq 100); do
   kill -0 "$app" 2>/dev/null || break
