@@ -35,7 +35,7 @@ sleep 1 # the warm-up overlay comes and goes
 xdotool key space
 sleep 1.5 # a slow machine still decodes the first preview in time
 xdotool key Down
-sleep 1.5 # a slow machine still decodes the first preview in time
+sleep 1.5 # and the step's preview too
 xdotool key ctrl+q
 for _ in $(seq 100); do
   kill -0 "$app" 2>/dev/null || break
