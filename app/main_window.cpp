@@ -71,6 +71,7 @@ QToolButton#playButton { background: %1; border-radius: 22px; }
 QToolButton#playButton:disabled { background: %3; }
 QToolButton:hover { background: %4; border-radius: 6px; }
 QToolButton#playerHeart { font-size: 18px; color: %1; }
+QToolButton#playerHeart:disabled { color: #6e6a7a; }
 QSlider::groove:horizontal { height: 4px; background: %6; border-radius: 2px; }
 QSlider::sub-page:horizontal { background: %1; border-radius: 2px; }
 QSlider::handle:horizontal { background: white; width: 12px; margin: -5px 0; border-radius: 6px; }
