@@ -3,6 +3,8 @@
 #include "icons.h"
 #include "player_panel.h"
 #include "results_view.h"
+#include "sidebar_logic.h"
+#include "sidebar_views.h"
 #include "startup_logic.h"
 
 #include <QApplication>
@@ -12,6 +14,7 @@
 #include <QDropEvent>
 #include <QFileInfo>
 #include <QFrame>
+#include <QGridLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -49,6 +52,17 @@ QLabel#playerTitle { font-weight: 600; }
 QPushButton#nav { text-align: left; padding: 5px 10px; border: none; border-radius: 6px; background: transparent; }
 QPushButton#nav:hover { background: %4; }
 QPushButton#nav:checked { background: %1; color: white; }
+QPushButton#typePill { padding: 4px 6px; border-radius: 6px; background: %3; border: 1px solid %6; }
+QPushButton#typePill:hover { background: %4; }
+QPushButton#typePill:checked { background: %1; border: 1px solid %1; color: white; }
+QLabel#resultsTitle { font-size: 20px; font-weight: 700; }
+QPushButton#crumb, QPushButton#crumbCurrent { border: none; background: transparent; padding: 1px 4px; color: %5; }
+QPushButton#crumb:hover { color: white; text-decoration: underline; }
+QPushButton#crumbCurrent { color: white; font-weight: 600; }
+QLabel#crumbSeparator { color: %5; }
+QToolButton#crumbBack { font-size: 16px; padding: 0 6px; color: white; }
+QToolButton#crumbBack:disabled { color: #5c586a; }
+QToolButton#headingButton { color: %5; font-size: 14px; padding: 0 4px; }
 QPushButton#addLibrary { padding: 7px 10px; border-radius: 7px; background: %3; border: 1px solid %6; }
 QPushButton#addLibrary:hover, QPushButton#emptyAdd:hover { background: %4; }
 QPushButton#emptyAdd { padding: 9px 22px; border-radius: 8px; background: %1; color: white; border: none; font-weight: 600; }
@@ -171,6 +185,16 @@ void QVMainWindow::buildBrandHeader()
     _sidebarLayout->addSpacing(10);
 }
 
+QPushButton* QVMainWindow::typeButton(const QString& text)
+{
+    auto* button = new QPushButton(text, _sidebar);
+    button->setObjectName(QStringLiteral("typePill"));
+    button->setCheckable(true);
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setCursor(Qt::PointingHandCursor);
+    return button;
+}
+
 void QVMainWindow::buildSidebar()
 {
     _sidebarLayout->addWidget(heading(QStringLiteral("LIBRARY")));
@@ -178,33 +202,52 @@ void QVMainWindow::buildSidebar()
         const char* title;
         const char* symbol;
         int tag;
-    } nav[] = {{"All Samples", "folder", 0}, {"Favorites", "emblem-favorite", 4}, {"Libraries", "folder-new", 6}};
+    } nav[] = {{"All Samples", "folder", qv::kAllSamplesTag},
+               {"Favorites", "emblem-favorite", qv::kFavoritesTag},
+               {"Libraries", "drive-harddisk", qv::kLibrariesTag}};
     for (const auto& entry : nav) {
-        QPushButton* button = sidebarButton(QString::fromUtf8(entry.title), QString::fromUtf8(entry.symbol));
-        navButtons.push_back({button, entry.tag});
+        const QString title = QString::fromUtf8(entry.title);
+        QPushButton* button = sidebarButton(title, QString::fromUtf8(entry.symbol));
+        navButtons.push_back({button, entry.tag, title});
         _sidebarLayout->addWidget(button);
     }
 
-    _sidebarLayout->addWidget(heading(QStringLiteral("ALL SAMPLES")));
-    for (const char* type : {"Loop", "One Shot", "MIDI"}) {
-        QPushButton* button = sidebarButton(QString::fromUtf8(type) + QStringLiteral("s"), QStringLiteral("media-playback-start"));
-        button->setProperty("sectionType", QString::fromUtf8(type));
-        categoryButtons.push_back(button);
-        _sidebarLayout->addWidget(button);
+    _sidebarLayout->addWidget(heading(QStringLiteral("TYPES")));
+    auto* types = new QGridLayout;
+    types->setSpacing(6);
+    const struct {
+        const char* text;
+        const char* title;
+        int tag;
+    } kinds[] = {{"All", "All Samples", qv::kAllTypesTag},
+                 {"Loops", "Loops", qv::kLoopTag},
+                 {"One Shots", "One Shots", qv::kOneShotTag},
+                 {"MIDI", "MIDI", qv::kMidiTag}};
+    for (int i = 0; i < 4; ++i) {
+        QPushButton* button = typeButton(QString::fromUtf8(kinds[i].text));
+        button->setToolTip(kinds[i].tag == qv::kAllTypesTag ? QStringLiteral("Every type")
+                                                             : QStringLiteral("Only %1; press again for every type").arg(button->text()));
+        typeButtons.push_back({button, kinds[i].tag, QString::fromUtf8(kinds[i].title)});
+        types->addWidget(button, i / 2, i % 2);
     }
+    _sidebarLayout->addLayout(types);
 
     _sidebarLayout->addWidget(heading(QStringLiteral("FOLDERS")));
-    folderTree = new QTreeWidget(_sidebar);
-    folderTree->setHeaderHidden(true);
-    folderTree->setColumnCount(1);
-    folderTree->setFocusPolicy(Qt::NoFocus);
-    folderTree->setIndentation(14);
+    folderTree = new QVFolderTreeView(_theme.mutedText, _sidebar);
     _sidebarLayout->addWidget(folderTree, 3);
 
-    _sidebarLayout->addWidget(heading(QStringLiteral("PLAYLISTS")));
-    playlistTable = new QListWidget(_sidebar);
-    playlistTable->setFocusPolicy(Qt::NoFocus);
-    playlistTable->setAcceptDrops(true);
+    auto* playlistsHeading = new QHBoxLayout;
+    playlistsHeading->addWidget(heading(QStringLiteral("PLAYLISTS")), 1);
+    newPlaylistButton = new QToolButton(_sidebar);
+    newPlaylistButton->setObjectName(QStringLiteral("headingButton"));
+    newPlaylistButton->setIcon(qv::symbolIcon(QStringLiteral("list-add"), _theme.mutedText));
+    newPlaylistButton->setToolTip(QStringLiteral("New Playlist"));
+    newPlaylistButton->setAutoRaise(true);
+    newPlaylistButton->setFocusPolicy(Qt::NoFocus);
+    newPlaylistButton->setCursor(Qt::PointingHandCursor);
+    playlistsHeading->addWidget(newPlaylistButton, 0, Qt::AlignBottom);
+    _sidebarLayout->addLayout(playlistsHeading);
+    playlistTable = new QVPlaylistList(_sidebar);
     _sidebarLayout->addWidget(playlistTable, 1);
 
     // The plus is drawn: the full-width plus sign is missing from common Linux fonts.
@@ -239,6 +282,16 @@ void QVMainWindow::buildSearchRow()
     row->addWidget(search, 1);
     row->addWidget(clearSearch);
     _mainLayout->addLayout(row);
+
+    // Where the results come from: the breadcrumbs over the place's title.
+    auto* place = new QVBoxLayout;
+    place->setSpacing(0);
+    breadcrumbs = new QVBreadcrumbBar(this);
+    resultsTitle = new QLabel(QStringLiteral("All Samples"), this);
+    resultsTitle->setObjectName(QStringLiteral("resultsTitle"));
+    place->addWidget(breadcrumbs);
+    place->addWidget(resultsTitle);
+    _mainLayout->addLayout(place);
 }
 
 void QVMainWindow::buildFilters()
@@ -363,7 +416,7 @@ void QVMainWindow::buildDiscoveryArea()
     row->addWidget(title);
     row->addSpacing(12);
     row->addWidget(hint, 1);
-    _mainLayout->insertWidget(2, discovery);
+    _mainLayout->insertWidget(_mainLayout->indexOf(_headerRow), discovery);
 }
 
 void QVMainWindow::setPlayerPanel(QVPlayerPanel* panel)

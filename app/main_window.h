@@ -19,7 +19,9 @@ class QPushButton;
 class QStackedWidget;
 class QTimer;
 class QToolButton;
-class QTreeWidget;
+class QVBreadcrumbBar;
+class QVFolderTreeView;
+class QVPlaylistList;
 class QVPlayerPanel;
 class QVResultsView;
 class QVBoxLayout;
@@ -67,17 +69,21 @@ public:
     QString status() const;
     const qv::WindowTheme& theme() const { return _theme; }
 
-    struct NavButton {
+    struct TaggedButton {
         QPushButton* button;
         int tag;
+        QString title; // the results title when it is pressed
     };
 
     // Panels, for the rooms that fill them.
-    std::vector<NavButton> navButtons;
-    std::vector<QPushButton*> categoryButtons;
-    QTreeWidget* folderTree = nullptr;
-    QListWidget* playlistTable = nullptr;
+    std::vector<TaggedButton> navButtons;  // all samples, favourites, libraries
+    std::vector<TaggedButton> typeButtons; // all types, loops, one-shots, MIDI
+    QVFolderTreeView* folderTree = nullptr;
+    QVPlaylistList* playlistTable = nullptr;
+    QToolButton* newPlaylistButton = nullptr;
     QPushButton* addLibraryButton = nullptr;
+    QVBreadcrumbBar* breadcrumbs = nullptr;
+    QLabel* resultsTitle = nullptr;
     QLineEdit* search = nullptr;
     QToolButton* clearSearch = nullptr;
     std::vector<QVFilterPopup*> filters;
@@ -109,6 +115,7 @@ protected:
 private:
     QLabel* heading(const QString& text);
     QPushButton* sidebarButton(const QString& text, const QString& symbol);
+    QPushButton* typeButton(const QString& text);
 
     qv::WindowTheme _theme;
     qv::WaveformQueue& _waveforms;

@@ -16,6 +16,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cmath>
 
 using qv::PlaybackState;
 
@@ -441,6 +442,30 @@ void QVPlayback::seekTo(double seconds, const char* source)
     }
     _sound->setCurrentTime(seconds);
     updatePlayer();
+}
+
+void QVPlayback::browseContextChanged()
+{
+    _playbackGeneration->fetch_add(1);
+    if (_playbackState != PlaybackState::Loading) return;
+    if (!_sound) {
+        setPlaybackState(PlaybackState::Idle);
+    } else {
+        setPlaybackState(_sound->isPlaying() ? PlaybackState::Playing : PlaybackState::Paused);
+    }
+}
+
+std::pair<double, bool> QVPlayback::audition() const
+{
+    if (!_sound) return {0.0, false};
+    return {_sound->currentTime(), _sound->isPlaying()};
+}
+
+void QVPlayback::resumeAudition(double seconds, bool playing)
+{
+    if (!_sound) return;
+    if (std::abs(_sound->currentTime() - seconds) > 0.05 && !_sound->isPlaying()) _sound->setCurrentTime(seconds);
+    if (playing && !_sound->isPlaying()) setPlaybackState(_sound->play() ? PlaybackState::Playing : PlaybackState::Failed);
 }
 
 void QVPlayback::seekByFraction(double fraction)

@@ -74,6 +74,13 @@ public:
     void waveformCacheUpdated(const QString& path);
     void waveformDurationUpdated(const QString& path, const QVariantMap& userInfo);
     void applyStoredSettings(); // repeat and volume, read when the panel is styled
+    // Another place was chosen: a load still decoding for the old one is dropped, and
+    // what plays goes on.
+    void browseContextChanged();
+    // Where the audition is (seconds) and whether it plays; putting it back restarts it
+    // only if something stopped it.
+    std::pair<double, bool> audition() const;
+    void resumeAudition(double seconds, bool playing);
 
     qv::PlaybackState playbackState() const { return _playbackState; }
     qv::PreviewPlayer* sound() const { return _sound.get(); }

@@ -1,7 +1,10 @@
 #include "qv_controller.h"
 
 #include "db/database.h"
+#include "alerts.h"
 #include "app_menu.h"
+#include "context_menus.h"
+#include "edit_commands.h"
 #include "key_router.h"
 #include "main_window.h"
 #include "playback.h"
@@ -11,6 +14,7 @@
 #include "results_view.h"
 #include "scan_coordinator.h"
 #include "sidebar.h"
+#include "sidebar_views.h"
 #include "startup_logic.h"
 #include "theme.h"
 #include "warmup.h"
@@ -18,6 +22,10 @@
 #include "waveform_queue.h"
 
 #include <QApplication>
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QMenu>
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -46,6 +54,7 @@ QVController::QVController(Options options, QObject* parent)
     : QObject(parent)
     , _options(std::move(options))
     , _waveforms(qv::WaveformQueue::shared())
+    , _alerts(std::make_unique<QVReplaceableAlerts>())
 {
     _launchClock.start();
 }
@@ -66,6 +75,8 @@ QVController::~QVController()
         QVPlayheadDiagnostics::shared().waitForWrites();
         std::_Exit(0);
     }
+    delete _menus;
+    delete _edits;
     delete _keys;
     delete _warmup;
     delete _playback; // joins the decode worker
@@ -119,6 +130,7 @@ void QVController::applicationDidFinishLaunching()
     step("panels");
 
     wireRooms();
+    wireEdits();
 
     // 18. The waveform notifications.
     qv::WaveformNotifier& notifier = _waveforms.notifier();
@@ -178,6 +190,7 @@ void QVController::wireRooms()
 
     QVResultBrowser::Hooks browserHooks;
     browserHooks.navigationEvent = [this](const char* event) { recordNavigationEvent(event); };
+    browserHooks.updateBreadcrumb = [this] { _sidebar->updateBreadcrumb(); };
     browserHooks.diagnosticSource = [this] { return _sidebar->diagnosticSource(); };
     browserHooks.currentSampleId = [this]() -> std::optional<std::int64_t> {
         if (_playback && _playback->currentSample()) return _playback->currentSample()->id;
@@ -189,7 +202,14 @@ void QVController::wireRooms()
     _browser->setReducedMotion(QSettings().value(QLatin1String(qv::kReduceMotionKey), false).toBool());
     _scans = new QVScanCoordinator(*_database);
 
-    connect(_sidebar, &QVSidebar::contextChanged, _browser, &QVResultBrowser::resetPageAndRefresh);
+    connect(_sidebar, &QVSidebar::placeChanged, this, [this](bool transition) {
+        _playback->browseContextChanged();
+        if (transition) {
+            _browser->refreshResultsWithBrowserTransition();
+        } else {
+            _browser->refresh();
+        }
+    });
     connect(w.search, &QLineEdit::textChanged, _browser, [this](const QString& text) {
         ++_state.browseContextGeneration;
         _browser->searchTextChanged(text);
@@ -205,17 +225,21 @@ void QVController::wireRooms()
     connect(w.bpmHeader, &QPushButton::clicked, _browser, [this] { _browser->sortPressed(qv::SortColumn::Bpm); });
     connect(w.table, &QVResultsView::visibleRowsChanged, _browser, &QVResultBrowser::preindexVisibleWaveforms);
     connect(w.table, &QVResultsView::metadataLinkActivated, _sidebar,
-            [this](int, const QString& field, const QString& value) { _sidebar->applyLink(field, value); });
+            [this](int, const QString& field, const QString& value) {
+                if (field == QLatin1String("type")) _sidebar->applyTypeLink(value);
+            });
 
     connect(&w, &QVMainWindow::addLibraryRequested, _scans, [this] { _scans->addLibrary(_window.get()); });
     connect(&w, &QVMainWindow::foldersDropped, _scans, &QVScanCoordinator::handleDroppedURLs);
     for (QObject* room : std::initializer_list<QObject*>{_browser, _scans}) {
         connect(room, SIGNAL(statusMessage(QString)), w.statusLabel, SLOT(setText(QString)));
     }
-    connect(_scans, &QVScanCoordinator::scanFinished, this, [this] {
-        reloadSidebars();
-        _browser->refresh();
-    });
+    for (auto changed : {&QVScanCoordinator::scanFinished, &QVScanCoordinator::libraryRemoved}) {
+        connect(_scans, changed, this, [this] {
+            reloadSidebars();
+            _browser->refresh();
+        });
+    }
 }
 
 qv::PreviewDecoder::PlayerFactory QVController::players() const
@@ -242,11 +266,19 @@ void QVController::buildPlayer()
     QVResultsView* table = _window->table;
     connect(table, &QVResultsView::rowClicked, _playback, [this](int row) { _playback->loadSampleAtIndex(row, true); });
     connect(table, &QVResultsView::rowDoubleClicked, _playback, [this](int row) {
-        if (_state.libraryMode) return;
+        if (_state.libraryMode) {
+            // A library's row: its label is renamed.
+            if (row >= 0 && row < static_cast<int>(_state.libs.size())) {
+                const qv::Library& library = _state.libs[static_cast<std::size_t>(row)];
+                _edits->renameLibrary(library.id, QString::fromStdString(library.displayLabel.empty()
+                    ? std::filesystem::path(library.path).filename().string() : library.displayLabel));
+            }
+            return;
+        }
         _playback->loadSampleAtIndex(row, true);
     });
     connect(table, &QVResultsView::playClicked, _playback, [this](int row) { _playback->preview(row); });
-    connect(table, &QVResultsView::heartClicked, this, [this](int row) { toggleFavorite(row); });
+    connect(table, &QVResultsView::heartClicked, this, [this](int row) { _edits->toggleFavorite(row); });
     connect(table, &QVResultsView::rowWaveformSeek, _playback,
             [this](int row, double seconds) { _playback->seekRowWaveform(row, seconds); });
     connect(table, &QVResultsView::rowWaveformDoubleClicked, _playback,
@@ -263,7 +295,7 @@ void QVController::buildPlayer()
     connect(panel, &QVPlayerPanel::waveformDoubleClicked, _playback, &QVPlayback::playerPlayPause);
     connect(panel, &QVPlayerPanel::favoritePressed, this, [this] {
         const std::int64_t row = _playback->visibleIndexForPlayingSample();
-        if (row >= 0) toggleFavorite(row);
+        if (row >= 0) _edits->toggleFavorite(static_cast<int>(row));
     });
 }
 
@@ -302,7 +334,8 @@ void QVController::applicationDidBecomeActive()
         _playback->applyStoredSettings(); // the player's look: repeat and volume
     });
     if (!_didRestoreLaunchLocation) {
-        _didRestoreLaunchLocation = true; // the stored launch place arrives with the sidebar work
+        _didRestoreLaunchLocation = true;
+        _sidebar->restoreLaunchLocation();
     }
 }
 
@@ -322,22 +355,77 @@ void QVController::showError(const char* error, const QString& title)
     box.exec();
 }
 
-void QVController::toggleFavorite(std::int64_t row)
+void QVController::setAlerts(std::unique_ptr<QVAlerts> alerts)
 {
-    if (row < 0 || row >= static_cast<std::int64_t>(_state.rows.size())) return;
-    qv::Sample& sample = _state.rows[static_cast<std::size_t>(row)];
-    try {
-        _database->setFavorite(sample.id, !sample.favorite);
-    } catch (const std::exception& error) {
-        showError(error.what(), QStringLiteral("Could not change the favourite"));
-        return;
+    _alerts->setTarget(std::move(alerts));
+}
+
+void QVController::wireEdits()
+{
+    QVMainWindow& w = *_window;
+    if (!_alerts->hasTarget()) _alerts->setTarget(std::make_unique<QVModalAlerts>(&w));
+
+    QVEditCommands::Hooks hooks;
+    hooks.refresh = [this] { _browser->refresh(); };
+    hooks.reloadRow = [this](int row) {
+        if (row >= 0 && row < static_cast<int>(_state.rows.size())) {
+            _window->table->updateSample(row, _state.rows[static_cast<std::size_t>(row)]);
+        }
+    };
+    hooks.reloadPlaylists = [this] {
+        _sidebar->reloadPlaylists();
+        _sidebar->updateBreadcrumb();
+    };
+    hooks.updatePlayer = [this] { _playback->updatePlayer(); };
+    hooks.currentSampleId = [this]() -> std::optional<std::int64_t> {
+        if (_playback->currentSample()) return _playback->currentSample()->id;
+        return std::nullopt;
+    };
+    hooks.setCurrentFavorite = [this](bool favorite) { _playback->setCurrentFavorite(favorite); };
+    hooks.audition = [this] { return _playback->audition(); };
+    hooks.resumeAudition = [this](double seconds, bool playing) { _playback->resumeAudition(seconds, playing); };
+    hooks.showAllTypesOnly = [this] { _sidebar->showAllTypesOnly(); };
+    _edits = new QVEditCommands(*_database, _state, *_alerts, hooks);
+    connect(_edits, &QVEditCommands::librariesChanged, this, [this] {
+        reloadSidebars();
+        _browser->refresh();
+    });
+
+    QVContextMenus::Hooks menuHooks;
+    menuHooks.selectedRows = [this] { return _window->table->selectedRows(); };
+    menuHooks.showInFolder = [](const QString& path) {
+        const QFileInfo info(path);
+        QDesktopServices::openUrl(QUrl::fromLocalFile(info.isDir() ? path : info.absolutePath()));
+    };
+    menuHooks.copyPaths = [](const QStringList& paths) { QGuiApplication::clipboard()->setText(paths.join(QLatin1Char('\n'))); };
+    menuHooks.rescanLibrary = [this](const QString& path, bool force) {
+        _scans->scanRoots({QUrl::fromLocalFile(path)}, force);
+    };
+    menuHooks.removeLibrary = [this](std::int64_t id, const QString&) { _scans->removeLibrary(id, *_alerts); };
+    menuHooks.toggleFavorite = [this](int row) { _edits->toggleFavorite(row); };
+    _menus = new QVContextMenus(*_database, _state, *_edits, *_sidebar, menuHooks);
+
+    connect(w.table, &QVResultsView::contextMenuRequested, _menus, [this](int row, const QPoint& where) {
+        _menus->popup(_state.libraryMode ? _menus->libraryRowMenu(row, _window.get()) : _menus->rowMenu(row, _window.get()),
+                      where);
+    });
+    connect(w.folderTree, &QVFolderTreeView::folderMenuRequested, _menus,
+            [this](const QString& path, bool root, const QPoint& where) {
+                _menus->popup(_menus->folderMenu(path, root, _window.get()), where);
+            });
+    connect(w.playlistTable, &QVPlaylistList::playlistMenuRequested, _menus, [this](std::int64_t id, const QPoint& where) {
+        _menus->popup(_menus->playlistMenu(id, _window.get()), where);
+    });
+    connect(w.playlistTable, &QVPlaylistList::samplesDropped, _edits,
+            [this](std::int64_t playlist, const std::vector<std::int64_t>& ids) { _edits->addSamplesToPlaylist(ids, playlist); });
+    connect(w.newPlaylistButton, &QToolButton::clicked, _edits, &QVEditCommands::newEmptyPlaylist);
+    for (const QVMainWindow::TaggedButton& nav : w.navButtons) {
+        if (nav.tag != qv::kFavoritesTag) continue;
+        nav.button->setContextMenuPolicy(Qt::CustomContextMenu);
+        connect(nav.button, &QWidget::customContextMenuRequested, _menus, [this, button = nav.button](const QPoint& at) {
+            _menus->popup(_menus->favoritesMenu(_window.get()), button->mapToGlobal(at));
+        });
     }
-    sample.favorite = !sample.favorite;
-    _window->table->updateSample(static_cast<int>(row), sample);
-    if (_playback->currentSample() && _playback->currentSample()->id == sample.id) {
-        _playback->setCurrentFavorite(sample.favorite);
-    }
-    _playback->updatePlayer();
 }
 
 void QVController::recordNavigationEvent(const char* event)

@@ -16,7 +16,11 @@
 #include <memory>
 #include <vector>
 
+class QVAlerts;
+class QVReplaceableAlerts;
 class QVAudioWarmup;
+class QVContextMenus;
+class QVEditCommands;
 class QVKeyRouter;
 class QVMainWindow;
 class QVPlayback;
@@ -55,6 +59,10 @@ public:
     QVResultBrowser* browser() const { return _browser; }
     QVPlayback* playback() const { return _playback; }
     QVSidebar* sidebar() const { return _sidebar; }
+    QVEditCommands* edits() const { return _edits; }
+    QVContextMenus* menus() const { return _menus; }
+    // Tests answer the questions instead of a person.
+    void setAlerts(std::unique_ptr<QVAlerts> alerts);
     QVScanCoordinator* scans() const { return _scans; }
     QVAudioWarmup* warmup() const { return _warmup; }
     const QStringList& launchSteps() const { return _launchSteps; }
@@ -68,7 +76,7 @@ private:
     void buildPlayer();
     void reloadSidebars();
     void wireRooms();
-    void toggleFavorite(std::int64_t row);
+    void wireEdits();
     void recordNavigationEvent(const char* event);
     void step(const char* name);
 
@@ -83,6 +91,9 @@ private:
     QVScanCoordinator* _scans = nullptr;
     QVKeyRouter* _keys = nullptr;
     QVAudioWarmup* _warmup = nullptr;
+    QVEditCommands* _edits = nullptr;
+    QVContextMenus* _menus = nullptr;
+    std::unique_ptr<QVReplaceableAlerts> _alerts;
     QSize _contentSize;
     bool _didRestoreLaunchLocation = false;
     QStringList _launchSteps;

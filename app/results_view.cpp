@@ -271,6 +271,12 @@ QMimeData* QVResultsView::mimeDataForRows(const std::vector<int>& rows) const
     auto* mime = new QMimeData;
     mime->setUrls(urls);
     mime->setText(paths.join(QLatin1Char('\n')));
+    // Inside the window (a playlist in the sidebar) the samples are known by id.
+    QStringList ids;
+    for (int row : chosen) {
+        if (row >= 0 && row < _rowCount) ids << QString::number(_samples[static_cast<std::size_t>(row)].id);
+    }
+    mime->setData(QString::fromLatin1(kSampleIdsMimeType), ids.join(QLatin1Char(',')).toLatin1());
     return mime;
 }
 
@@ -320,6 +326,11 @@ bool QVResultsView::handleMouse(QWidget* watched, QMouseEvent* event)
 
     switch (event->type()) {
     case QEvent::MouseButtonPress: {
+        if (event->button() == Qt::RightButton) {
+            // The menu acts on the selection and this row; the selection stays as it is.
+            emit contextMenuRequested(index, event->globalPosition().toPoint());
+            return true;
+        }
         if (!atRow || event->button() != Qt::LeftButton) return false;
         setFocus(Qt::MouseFocusReason);
         const bool toggle = event->modifiers() & Qt::ControlModifier;

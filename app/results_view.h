@@ -36,6 +36,9 @@ struct Library;
 class WaveformQueue;
 } // namespace qv
 
+// Sample ids, comma-separated, on rows dragged within the application.
+inline constexpr const char* kSampleIdsMimeType = "application/x-quorvalinder-sample-ids";
+
 class QVResultsView : public QScrollArea {
     Q_OBJECT
 public:
@@ -75,6 +78,7 @@ signals:
     void rowWaveformDoubleClicked(int row);
     void visibleRowsChanged();
     void selectionChanged();
+    void contextMenuRequested(int row, const QPoint& globalPosition);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -1,5 +1,7 @@
 #include "scan_coordinator.h"
 
+#include "alerts.h"
+#include "db/database.h"
 #include "scan/scan_summary.h"
 #include "scan_logic.h"
 
@@ -81,4 +83,24 @@ void QVScanCoordinator::scanRoots(const QList<QUrl>& urls, bool force)
             },
             Qt::QueuedConnection);
     });
+}
+
+void QVScanCoordinator::removeLibrary(std::int64_t libraryId, QVAlerts& alerts)
+{
+    // The scan may be writing this very library.
+    if (_scanRunning) {
+        emit statusMessage(qv::scanAlreadyRunningText());
+        return;
+    }
+    const int answer = alerts.ask(tr("Remove this library from Quorvalinder?"),
+                                  tr("Only the index will be removed. Your original files will not be changed."),
+                                  {tr("Remove from Quorvalinder"), tr("Cancel")});
+    if (answer != 0) return;
+    try {
+        _database.removeLibrary(libraryId);
+    } catch (const std::exception& error) {
+        alerts.inform(tr("Couldn\u2019t remove library"), QString::fromUtf8(error.what()));
+        return;
+    }
+    emit libraryRemoved();
 }

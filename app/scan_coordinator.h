@@ -9,6 +9,8 @@
 #include <QObject>
 #include <QUrl>
 
+class QVAlerts;
+
 namespace qv {
 class Database;
 }
@@ -22,10 +24,13 @@ public:
     void handleDroppedURLs(const QList<QUrl>& urls);
     void scanRoots(const QList<QUrl>& urls, bool force);
     bool scanRunning() const { return _scanRunning; }
+    // Asks first; the library's files stay where they are, only its index goes.
+    void removeLibrary(std::int64_t libraryId, QVAlerts& alerts);
 
 signals:
     void statusMessage(const QString& text);
     void scanFinished(); // reload the sidebars and refresh the results
+    void libraryRemoved(); // likewise
 
 private:
     qv::Database& _database;

@@ -1,24 +1,17 @@
 #include "sidebar.h"
 
 #include "db/database.h"
-#include "browse_logic.h"
-#include "icons.h"
 #include "main_window.h"
+#include "sidebar_views.h"
 
-#include <QComboBox>
-#include <QListWidget>
+#include <QLabel>
 #include <QPushButton>
+#include <QSettings>
 #include <QSignalBlocker>
-#include <QTreeWidget>
 
 #include <algorithm>
 
 namespace {
-
-constexpr int kFavoritesTag = 4;
-constexpr int kLibrariesTag = 6;
-constexpr int kPathRole = Qt::UserRole;
-constexpr int kTempoChoices[] = {70, 80, 85, 90, 95, 100, 105, 110, 115, 120, 122, 124, 125, 126, 128, 130, 135, 140, 145, 150, 160, 170, 174, 175};
 
 QString qs(const std::string& text)
 {
@@ -33,198 +26,279 @@ QVSidebar::QVSidebar(qv::Database& database, qv::BrowseState& state, QVMainWindo
     , _state(state)
     , _window(window)
 {
-    for (const QVMainWindow::NavButton& nav : _window.navButtons) {
-        connect(nav.button, &QPushButton::clicked, this, [this, tag = nav.tag] {
-            if (tag == kFavoritesTag) {
-                showFavorites();
-            } else if (tag == kLibrariesTag) {
-                showLibraries();
-            } else {
-                showAllSamples();
-            }
-        });
+    for (const QVMainWindow::TaggedButton& nav : _window.navButtons) {
+        connect(nav.button, &QPushButton::clicked, this, [this, tag = nav.tag] { pressButton(tag); });
     }
-    for (QPushButton* button : _window.categoryButtons) {
-        connect(button, &QPushButton::clicked, this,
-                [this, button] { toggleSection(button->property("sectionType").toString()); });
+    for (const QVMainWindow::TaggedButton& type : _window.typeButtons) {
+        connect(type.button, &QPushButton::clicked, this, [this, tag = type.tag] { pressButton(tag); });
     }
-    connect(_window.folderTree, &QTreeWidget::itemClicked, this,
-            [this](QTreeWidgetItem* item) { selectFolder(item->data(0, kPathRole).toString()); });
-    connect(_window.playlistTable, &QListWidget::itemClicked, this,
-            [this](QListWidgetItem* item) { selectPlaylist(item->data(kPathRole).toLongLong()); });
-    for (int i = 0; i < static_cast<int>(_window.filters.size()); ++i) {
-        QVFilterPopup* popup = _window.filters[static_cast<std::size_t>(i)];
-        connect(popup, &QComboBox::textActivated, this, [this, i](const QString& value) { filterChosen(i, value); });
-        connect(popup, &QVFilterPopup::aboutToShowPopup, this, [this, i] { fillFilterChoices(i); });
-    }
-    connect(_window.clearFilters, &QPushButton::clicked, this, &QVSidebar::clearFilters);
+    connect(_window.folderTree, &QVFolderTreeView::folderSelected, this, &QVSidebar::folderSelected);
+    connect(_window.playlistTable, &QVPlaylistList::playlistSelected, this, &QVSidebar::playlistSelected);
+    connect(_window.breadcrumbs, &QVBreadcrumbBar::entryPressed, this, &QVSidebar::breadcrumbPressed);
+    connect(_window.breadcrumbs, &QVBreadcrumbBar::backPressed, this, &QVSidebar::breadcrumbBack);
+    syncButtons();
 }
 
 void QVSidebar::reloadSidebars()
 {
-    // Library roots only: the folders below them come with the full tree, which must
-    // not read every sample's path on this thread.
-    _window.folderTree->clear();
-    for (const qv::Library& library : _database.libraries(qv::Counts::Skipped)) {
-        const QString path = qs(library.path);
-        const QString name = library.displayLabel.empty() ? qs(std::filesystem::path(library.path).filename().string())
-                                                          : qs(library.displayLabel);
-        auto* item = new QTreeWidgetItem(_window.folderTree, {name});
-        item->setIcon(0, qv::symbolIcon(QStringLiteral("folder"), _window.theme().mutedText));
-        item->setData(0, kPathRole, path);
-        item->setToolTip(0, path);
-    }
-    _window.playlistTable->clear();
-    for (const qv::Playlist& playlist : _database.playlists(qv::Counts::Skipped)) {
-        auto* item = new QListWidgetItem(qs(playlist.name), _window.playlistTable);
-        item->setData(kPathRole, static_cast<qlonglong>(playlist.id));
-    }
+    // The distinct folders, not every sample's path: a million paths would hold up the
+    // window for seconds.
+    _window.folderTree->setTree(qv::buildFolderTree(_database.indexedPaths()));
+    reloadPlaylists();
     syncButtons();
+    updateBreadcrumb();
 }
 
-void QVSidebar::fillFilterChoices(int popup)
+void QVSidebar::reloadPlaylists()
 {
-    // The values present in the current place, as the query of this place sees them.
-    qv::SearchQuery place = qv::browseQuery(_state);
-    place.instrument.clear(); // a popup lists what else could be chosen, not its own choice
-    place.key.clear();
-    QStringList values;
-    if (popup == 1) {
-        for (int tempo : kTempoChoices) values.append(QString::number(tempo));
-    } else {
-        try {
-            for (const std::string& value : _database.distinctFilterValues(popup == 0 ? "instrument" : "key", place)) {
-                if (value != "None") values.append(qs(value));
-            }
-        } catch (const std::exception&) {
-            // A list that cannot be read leaves only "All"; browsing still works.
-        }
-    }
-    QComboBox* box = _window.filters[static_cast<std::size_t>(popup)];
-    const QSignalBlocker quiet(box);
-    const QString current = box->currentText();
-    box->clear();
-    box->addItem(QStringLiteral("All"));
-    box->addItems(values);
-    if (box->findText(current) < 0) box->addItem(current); // still chosen, though no longer present
-    box->setCurrentText(current);
+    _playlists = _database.playlists(qv::Counts::Skipped);
+    _window.playlistTable->setPlaylists(_playlists);
+    _window.playlistTable->showSelected(_state.playlistId);
 }
 
-void QVSidebar::changeContext()
+void QVSidebar::beginPlaceChange()
 {
     ++_state.browseContextGeneration;
+}
+
+QString QVSidebar::buttonTitle(int tag) const
+{
+    for (const auto* group : {&_window.navButtons, &_window.typeButtons}) {
+        for (const QVMainWindow::TaggedButton& button : *group) {
+            if (button.tag == tag) return button.title;
+        }
+    }
+    return QStringLiteral("All Samples");
+}
+
+void QVSidebar::pressButton(int tag)
+{
+    beginPlaceChange();
+    if (qv::pressSidebarButton(_state, _buttons, tag)) {
+        _window.folderTree->clearSelection();
+        setTitle(buttonTitle(tag));
+    }
     syncButtons();
-    emit contextChanged();
+    emit placeChanged(true);
+}
+
+void QVSidebar::folderSelected(const QString& path, const QString& name)
+{
+    if (path.isEmpty()) return;
+    beginPlaceChange();
+    qv::selectFolderPlace(_state, _buttons, path.toStdString());
+    syncButtons();
+    setTitle(name);
+    emit placeChanged(false);
+}
+
+void QVSidebar::playlistSelected(std::int64_t playlistId)
+{
+    beginPlaceChange();
+    qv::selectPlaylistPlace(_state, _buttons, playlistId);
+    _window.folderTree->clearSelection();
+    syncButtons();
+    const auto found = std::find_if(_playlists.begin(), _playlists.end(),
+                                    [&](const qv::Playlist& p) { return p.id == playlistId; });
+    setTitle(found != _playlists.end() ? qs(found->name) : QStringLiteral("Playlist"));
+    emit placeChanged(false);
+}
+
+void QVSidebar::selectPlaylist(std::int64_t playlistId)
+{
+    selectPlaylistRow(playlistId);
+}
+
+void QVSidebar::selectTreeItem(QTreeWidgetItem* item)
+{
+    QVFolderTreeView* tree = _window.folderTree;
+    // Selecting the row that is already selected reports nothing; deliver it by hand.
+    if (item->isSelected()) {
+        folderSelected(QVFolderTreeView::pathOf(item), item->text(0));
+    } else {
+        tree->setCurrentItem(item);
+    }
+    tree->scrollToItem(item);
+}
+
+void QVSidebar::selectPlaylistRow(std::int64_t playlistId)
+{
+    if (QListWidgetItem* item = _window.playlistTable->itemForId(playlistId)) {
+        _window.playlistTable->showSelected(playlistId);
+        _window.playlistTable->scrollToItem(item);
+    }
+    playlistSelected(playlistId);
+}
+
+std::vector<const qv::FolderNode*> QVSidebar::scopeChain() const
+{
+    return qv::findFolderChain(_window.folderTree->tree(), _state.folderScope);
+}
+
+bool QVSidebar::navigateToFolderPath(const QString& path, bool recordHistory)
+{
+    if (path.isEmpty()) return false;
+    const auto chain = qv::findFolderChain(_window.folderTree->tree(), path.toStdString());
+    if (chain.empty()) return false;
+    if (qv::standardizedPath(_state.folderScope) == qv::standardizedPath(path.toStdString())) return true;
+    QTreeWidgetItem* item = _window.folderTree->revealChain(chain);
+    if (!item) return false;
+    if (recordHistory) _history.push(qv::breadcrumbSnapshot(_state));
+    selectTreeItem(item);
+    return true;
+}
+
+void QVSidebar::breadcrumbPressed(int index)
+{
+    const std::vector<qv::BreadcrumbEntry> entries = _window.breadcrumbs->entries();
+    if (index < 0 || index >= static_cast<int>(entries.size())) return;
+    const qv::BreadcrumbEntry& entry = entries[static_cast<std::size_t>(index)];
+    _history.push(qv::breadcrumbSnapshot(_state));
+    if (entry.kind == "all") {
+        pressButton(qv::kAllTypesTag);
+    } else if (entry.kind == "favorites") {
+        pressButton(qv::kFavoritesTag);
+    } else if (entry.kind == "libraries") {
+        pressButton(qv::kLibrariesTag);
+    } else if (entry.kind == "playlist") {
+        bool ok = false;
+        const qlonglong id = qs(entry.value).toLongLong(&ok);
+        if (ok && std::any_of(_playlists.begin(), _playlists.end(), [&](const qv::Playlist& p) { return p.id == id; })) {
+            selectPlaylistRow(id);
+        }
+    } else if (entry.kind == "folder") {
+        const auto chain = qv::findFolderChain(_window.folderTree->tree(), entry.value);
+        if (QTreeWidgetItem* item = chain.empty() ? nullptr : _window.folderTree->revealChain(chain)) selectTreeItem(item);
+    } else if (entry.kind == "section") {
+        pressButton(qv::tagForSectionType(entry.title));
+    }
+}
+
+void QVSidebar::breadcrumbBack()
+{
+    const std::optional<qv::BreadcrumbSnapshot> snapshot = _history.pop();
+    if (!snapshot) return;
+    beginPlaceChange();
+    qv::restoreBreadcrumbSnapshot(_state, _buttons, *snapshot);
+    {
+        const QSignalBlocker quietTree(_window.folderTree);
+        _window.folderTree->clearSelection();
+        if (snapshot->kind == "folder") {
+            const auto chain = scopeChain();
+            if (QTreeWidgetItem* item = chain.empty() ? nullptr : _window.folderTree->revealChain(chain)) {
+                _window.folderTree->setCurrentItem(item);
+                _window.folderTree->scrollToItem(item);
+                setTitle(item->text(0));
+            }
+        }
+    }
+    if (snapshot->kind == "playlist" && _state.playlistId) {
+        const auto found = std::find_if(_playlists.begin(), _playlists.end(),
+                                        [&](const qv::Playlist& p) { return p.id == *_state.playlistId; });
+        setTitle(found != _playlists.end() ? qs(found->name) : QStringLiteral("Playlist"));
+    } else if (snapshot->kind != "folder") {
+        setTitle(buttonTitle(_buttons.activeNav != qv::kNoButton ? _buttons.activeNav : qv::kAllSamplesTag));
+    }
+    syncButtons();
+    emit placeChanged(true);
+}
+
+void QVSidebar::showAllTypesOnly()
+{
+    _buttons = {qv::kNoButton, qv::kAllTypesTag};
+    _window.folderTree->clearSelection();
+    setTitle(buttonTitle(qv::kAllTypesTag));
+    syncButtons();
+}
+
+void QVSidebar::applyTypeLink(const QString& type)
+{
+    const std::string wanted = type.toStdString();
+    if (wanted != "Loop" && wanted != "One Shot" && wanted != "MIDI") return;
+    if (_state.sectionType == wanted) return; // pressing it would clear it
+    pressButton(qv::tagForSectionType(wanted));
 }
 
 void QVSidebar::syncButtons()
 {
-    const bool allSamples = !_state.favoriteMode && !_state.libraryMode && _state.folderScope.empty() &&
-                            !_state.playlistId;
-    for (const QVMainWindow::NavButton& nav : _window.navButtons) {
-        const bool on = nav.tag == kFavoritesTag ? _state.favoriteMode
-                        : nav.tag == kLibrariesTag ? _state.libraryMode
-                                                   : allSamples;
-        nav.button->setChecked(on);
+    for (const QVMainWindow::TaggedButton& nav : _window.navButtons) nav.button->setChecked(nav.tag == _buttons.activeNav);
+    for (const QVMainWindow::TaggedButton& type : _window.typeButtons) {
+        type.button->setChecked(type.tag == _buttons.activeType);
     }
-    for (QPushButton* button : _window.categoryButtons) {
-        button->setChecked(button->property("sectionType").toString() == qs(_state.sectionType));
+    _window.playlistTable->showSelected(_state.playlistId);
+    if (_state.folderScope.empty()) {
+        const QSignalBlocker quiet(_window.folderTree);
+        _window.folderTree->clearSelection();
     }
-    if (_state.folderScope.empty()) _window.folderTree->clearSelection();
-    if (!_state.playlistId) _window.playlistTable->clearSelection();
 }
 
-void QVSidebar::setPlace(Place place)
+void QVSidebar::setTitle(const QString& title)
 {
-    _state.favoriteMode = place == Place::Favorites;
-    _state.libraryMode = place == Place::Libraries;
-    _state.folderScope.clear();
-    _state.playlistId.reset();
+    _title = title;
+    _window.resultsTitle->setText(title);
 }
 
-void QVSidebar::showAllSamples()
+void QVSidebar::updateBreadcrumb()
 {
-    setPlace(Place::AllSamples);
-    changeContext();
+    _window.breadcrumbs->setEntries(qv::breadcrumbEntries(_state, _playlists, scopeChain()), !_history.empty());
 }
 
-void QVSidebar::showFavorites()
+bool QVSidebar::restoreLaunchLocation()
 {
-    setPlace(Place::Favorites);
-    changeContext();
-}
-
-void QVSidebar::showLibraries()
-{
-    setPlace(Place::Libraries);
-    changeContext();
-}
-
-void QVSidebar::toggleSection(const QString& type)
-{
-    const std::string wanted = type.toStdString();
-    _state.sectionType = _state.sectionType == wanted ? std::string() : wanted;
-    _state.libraryMode = false;
-    changeContext();
-}
-
-void QVSidebar::selectFolder(const QString& path)
-{
-    setPlace(Place::AllSamples);
-    _state.folderScope = path.toStdString();
-    changeContext();
-}
-
-void QVSidebar::selectPlaylist(std::int64_t id)
-{
-    setPlace(Place::AllSamples);
-    _state.playlistId = id;
-    changeContext();
-}
-
-void QVSidebar::setPopup(int popup, const QString& value)
-{
-    QComboBox* box = _window.filters[static_cast<std::size_t>(popup)];
-    const QSignalBlocker quiet(box);
-    if (box->findText(value) < 0) box->addItem(value);
-    box->setCurrentText(value);
-}
-
-void QVSidebar::filterChosen(int popup, const QString& value)
-{
-    std::string* fields[] = {&_state.instrumentFilter, &_state.bpmFilter, &_state.keyFilter};
-    *fields[popup] = value.toStdString();
-    changeContext();
-}
-
-void QVSidebar::applyLink(const QString& field, const QString& value)
-{
-    if (field == QLatin1String("type")) {
-        _state.sectionType = value.toStdString();
-        _state.libraryMode = false;
-    } else if (field == QLatin1String("instrument")) {
-        setPopup(0, value);
-        _state.instrumentFilter = value.toStdString();
-    } else if (field == QLatin1String("bpm")) {
-        setPopup(1, value);
-        _state.bpmFilter = value.toStdString();
-    } else if (field == QLatin1String("key")) {
-        setPopup(2, value);
-        _state.keyFilter = value.toStdString();
-    } else if (field == QLatin1String("genre")) {
-        _state.selectedGenres = {value.toStdString()};
-    } else {
-        return;
+    QSettings settings;
+    const qv::LaunchLocation location = qv::readLaunchLocation(settings);
+    const qv::FolderNode& tree = _window.folderTree->tree();
+    const qv::LaunchAction action = qv::launchAction(
+        _state.layoutMode, location,
+        [&](const std::string& path) { return !qv::findFolderChain(tree, path).empty(); },
+        [&](std::int64_t id) {
+            return std::any_of(_playlists.begin(), _playlists.end(), [&](const qv::Playlist& p) { return p.id == id; });
+        });
+    switch (action) {
+    case qv::LaunchAction::OpenFavorites:
+        pressButton(qv::kFavoritesTag);
+        return true;
+    case qv::LaunchAction::OpenFolder:
+        if (QTreeWidgetItem* item = _window.folderTree->revealChain(qv::findFolderChain(tree, location.folderPath))) {
+            selectTreeItem(item);
+            return true;
+        }
+        qv::clearLaunchLocation(settings);
+        return false;
+    case qv::LaunchAction::OpenPlaylist:
+        selectPlaylistRow(*location.playlistId);
+        return true;
+    case qv::LaunchAction::ClearStored:
+        qv::clearLaunchLocation(settings);
+        return false;
+    case qv::LaunchAction::Nothing:
+        return false;
     }
-    changeContext();
+    return false;
 }
 
-void QVSidebar::clearFilters()
+void QVSidebar::setFolderOpenAtLaunch(const QString& folder)
 {
-    for (int popup = 0; popup < 3; ++popup) setPopup(popup, QStringLiteral("All"));
-    _state.instrumentFilter = _state.bpmFilter = _state.keyFilter = "All";
-    _state.selectedGenres.clear();
-    changeContext();
+    QSettings settings;
+    qv::setFolderOpenAtLaunch(settings, folder.toStdString());
+}
+
+void QVSidebar::setPlaylistOpenAtLaunch(std::int64_t playlistId)
+{
+    QSettings settings;
+    qv::setPlaylistOpenAtLaunch(settings, playlistId);
+}
+
+void QVSidebar::setFavoritesOpenAtLaunch()
+{
+    QSettings settings;
+    qv::setFavoritesOpenAtLaunch(settings);
+}
+
+void QVSidebar::clearLaunchLocation()
+{
+    QSettings settings;
+    qv::clearLaunchLocation(settings);
 }
 
 QString QVSidebar::diagnosticSource() const

@@ -1,18 +1,21 @@
 #pragma once
-// The sidebar's places: all samples, favourites, the library list, the three type
-// sections, the libraries' folders and the playlists; and the three filter popups.
-// Choosing one changes the browse state and starts a new browse context, so that a
-// preview decoded for the old place is not shown in the new one.
-// (The whole folder tree, breadcrumbs and the filter chips arrive with the sidebar work;
-// this room keeps the same entry points.)
+// The sidebar room: the navigation and type buttons, the folder tree, the playlists, the
+// breadcrumb bar with its back history, the results title and the launch location.
+// Choosing a place starts a new browse context, so that a preview decoded for the old
+// place is not shown in the new one. The decisions are sidebar_logic's.
 
 #include "browse_state.h"
+#include "sidebar_logic.h"
 
 #include <QObject>
 #include <QString>
 
-#include <functional>
+#include <cstdint>
+#include <optional>
+#include <vector>
 
+class QSettings;
+class QTreeWidgetItem;
 class QVMainWindow;
 
 namespace qv {
@@ -24,32 +27,57 @@ class QVSidebar : public QObject {
 public:
     QVSidebar(qv::Database& database, qv::BrowseState& state, QVMainWindow& window, QObject* parent = nullptr);
 
+    // The folder tree (collapsed) and the playlists, read again from the index.
     void reloadSidebars();
-    void showAllSamples();
-    void showFavorites();
-    void showLibraries();
-    void toggleSection(const QString& type);
-    void selectFolder(const QString& path);
-    void selectPlaylist(std::int64_t id);
-    // A metadata link in a row: narrow the results to that value.
-    void applyLink(const QString& field, const QString& value);
-    void clearFilters();
+    void reloadPlaylists();
+    const std::vector<qv::Playlist>& playlists() const { return _playlists; }
+
+    // The button with that tag pressed, as a person would.
+    void pressButton(int tag);
+    void selectPlaylist(std::int64_t playlistId);
+    // Selects the folder in the tree, expanding its parents; false when the tree lacks it.
+    bool navigateToFolderPath(const QString& path, bool recordHistory);
+    void breadcrumbPressed(int index);
+    void breadcrumbBack();
+    // Only the "All" type button lit, as after the shown playlist was deleted.
+    void showAllTypesOnly();
+    // A row's type link: narrow the current place to that type.
+    void applyTypeLink(const QString& type);
+    void updateBreadcrumb();
+
+    // Once, when the application first becomes active: whether a stored place opened.
+    bool restoreLaunchLocation();
+    void setFolderOpenAtLaunch(const QString& folder);
+    void setPlaylistOpenAtLaunch(std::int64_t playlistId);
+    void setFavoritesOpenAtLaunch();
+    void clearLaunchLocation();
+
+    QString resultsTitle() const { return _title; }
+    const qv::BreadcrumbHistory& history() const { return _history; }
+    const qv::SidebarButtons& buttons() const { return _buttons; }
     QString diagnosticSource() const;
 
 signals:
-    void contextChanged(); // reset to page 1 and refresh
+    // The place changed and the state's page is set: refresh (with the page fade when
+    // `transition`).
+    void placeChanged(bool transition);
 
 private:
-    enum class Place { AllSamples, Favorites, Libraries };
-    void setPlace(Place place); // and no folder or playlist
-    void changeContext();
+    void folderSelected(const QString& path, const QString& name);
+    void playlistSelected(std::int64_t playlistId);
+    void beginPlaceChange(); // the two generations
+    void selectTreeItem(QTreeWidgetItem* item);
+    void selectPlaylistRow(std::int64_t playlistId);
     void syncButtons();
-    void fillFilterChoices(int popup); // when it opens
-    void filterChosen(int popup, const QString& value);
-    void setPopup(int popup, const QString& value);
+    void setTitle(const QString& title);
+    QString buttonTitle(int tag) const;
+    std::vector<const qv::FolderNode*> scopeChain() const;
 
     qv::Database& _database;
     qv::BrowseState& _state;
     QVMainWindow& _window;
-    bool _syncing = false;
+    qv::SidebarButtons _buttons;
+    qv::BreadcrumbHistory _history;
+    std::vector<qv::Playlist> _playlists;
+    QString _title = QStringLiteral("All Samples");
 };
