@@ -143,6 +143,7 @@ QVPlaylistList::QVPlaylistList(QWidget* parent)
 {
     setFocusPolicy(Qt::NoFocus);
     setAcceptDrops(true);
+    viewport()->setAcceptDrops(true);
     setDropIndicatorShown(false);
     setContextMenuPolicy(Qt::CustomContextMenu);
     setTextElideMode(Qt::ElideRight);

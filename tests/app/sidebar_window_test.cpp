@@ -1,0 +1,169 @@
+// The sidebar in the real window, offscreen, over a pack with subfolders: choosing a
+// folder narrows the results and the breadcrumbs follow, back returns, rows dragged onto
+// a playlist are added without disturbing the audition, and the launch location opens
+// at the first activation (or is forgotten when its folder went away).
+#include "edit_commands.h"
+#include "main_window.h"
+#include "playback.h"
+#include "qv_controller.h"
+#include "results_view.h"
+#include "sidebar.h"
+#include "sidebar_views.h"
+#include "sound_files.h"
+#include "temp_dir.h"
+
+#include "db/database.h"
+#include "scan/library_scanner.h"
+
+#include <QDropEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSettings>
+#include <QTest>
+
+#include <sndfile.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using qv::PlaybackState;
+
+class SidebarWindowTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        QCoreApplication::setOrganizationName(QStringLiteral("Ostrelle"));
+        QCoreApplication::setApplicationName(QStringLiteral("Quorvalinder"));
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString((dir / "config").string()));
+        QSettings().clear();
+        pack = dir / "Pack";
+        const struct {
+            const char* folder;
+            int count;
+        } folders[] = {{"Kicks", 4}, {"Snares", 3}, {"Loops/Dusty", 2}};
+        for (const auto& folder : folders) {
+            fs::create_directories(pack / folder.folder);
+            for (int i = 0; i < folder.count; ++i) {
+                const std::string name = fs::path(folder.folder).filename().string() + " " + std::to_string(i) + ".wav";
+                qv::test::writeTone(pack / folder.folder / name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2.0, 8000, 1);
+            }
+        }
+        databasePath = dir / "index" / "quorvalinder.db";
+        qv::Database db(databasePath);
+        qv::LibraryScanner(db).scan(pack, {}, false);
+        playlist = db.createPlaylist("Keepers");
+    }
+
+    void launch()
+    {
+        controller = std::make_unique<QVController>(
+            QVController::Options{.databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false});
+        controller->applicationDidFinishLaunching();
+        QTest::qWait(10); // the first activation
+    }
+
+    QVMainWindow& window() { return *controller->window(); }
+    qv::BrowseState& state() { return controller->state(); }
+    QString path(const char* relative) { return QString::fromStdString((pack / relative).string()); }
+    QStringList crumbs()
+    {
+        QStringList titles;
+        for (const qv::BreadcrumbEntry& entry : window().breadcrumbs->entries()) titles << QString::fromStdString(entry.title);
+        return titles;
+    }
+
+    qv::testkit::TempDir dir;
+    fs::path pack;
+    fs::path databasePath;
+    std::int64_t playlist = 0;
+    std::unique_ptr<QVController> controller;
+};
+
+TEST_F(SidebarWindowTest, ChoosingAFolderNarrowsTheResultsAndBackReturns)
+{
+    launch();
+    ASSERT_EQ(state().rows.size(), 9u);
+    QVFolderTreeView& tree = *window().folderTree;
+    ASSERT_EQ(tree.topLevelItemCount(), 1) << "one library is shown as itself";
+    EXPECT_EQ(tree.topLevelItem(0)->text(0), "Pack");
+    EXPECT_FALSE(tree.topLevelItem(0)->isExpanded());
+
+    const std::uint64_t before = state().browseContextGeneration;
+    ASSERT_TRUE(controller->sidebar()->navigateToFolderPath(path("Loops/Dusty"), true));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().rows.size() == 2; }));
+    EXPECT_GT(state().browseContextGeneration, before);
+    EXPECT_EQ(window().resultsTitle->text(), "Dusty");
+    EXPECT_EQ(crumbs(), (QStringList{"Folders", "Pack", "Loops", "Dusty"}));
+    for (const qv::Sample& s : state().rows) EXPECT_NE(s.path.find("/Loops/Dusty/"), std::string::npos);
+
+    window().typeButtons[1].button->click(); // Loops narrow the folder further
+    ASSERT_TRUE(QTest::qWaitFor([&] { return crumbs().back() == "Loop"; }));
+    controller->sidebar()->breadcrumbPressed(1); // "Pack"
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().rows.size() == 9; }));
+    EXPECT_EQ(state().sectionType, "");
+    EXPECT_EQ(crumbs(), (QStringList{"Folders", "Pack"}));
+
+    controller->sidebar()->breadcrumbBack();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().folderScope == path("Loops/Dusty").toStdString(); }));
+    EXPECT_EQ(state().sectionType, "Loop");
+    EXPECT_EQ(window().resultsTitle->text(), "Dusty");
+}
+
+TEST_F(SidebarWindowTest, RowsDroppedOnAPlaylistAreAddedWhileTheAuditionPlaysOn)
+{
+    launch();
+    QVPlayback& playback = *controller->playback();
+    playback.loadSampleAtIndex(0, true);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return playback.playbackState() == PlaybackState::Playing; }));
+    QTest::qWait(150);
+    const double before = playback.audition().first;
+
+    std::unique_ptr<QMimeData> mime(window().table->mimeDataForRows({1, 2, 3}));
+    QVPlaylistList& list = *window().playlistTable;
+    const QPoint at = list.visualItemRect(list.itemForId(playlist)).center();
+    // A drop reaches the widget that accepted the drag's entry.
+    QDragEnterEvent enter(at, Qt::CopyAction, mime.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list.viewport(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(at, Qt::CopyAction, mime.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list.viewport(), &drop);
+    EXPECT_TRUE(drop.isAccepted());
+
+    EXPECT_EQ(controller->database().playlists()[0].sampleCount, 3);
+    EXPECT_EQ(playback.playbackState(), PlaybackState::Playing);
+    EXPECT_GE(playback.audition().first, before) << "the audition did not start over";
+
+    list.showSelected(std::nullopt);
+    list.itemForId(playlist)->setSelected(true); // as a click would
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().playlistId == playlist && state().rows.size() == 3; }));
+    EXPECT_EQ(crumbs(), (QStringList{"Playlists", "Keepers"}));
+}
+
+TEST_F(SidebarWindowTest, TheLaunchFolderOpensAtFirstActivationAndAVanishedOneIsForgotten)
+{
+    controller.reset();
+    {
+        QSettings settings;
+        qv::setFolderOpenAtLaunch(settings, path("Snares").toStdString());
+    }
+    launch();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().folderScope == path("Snares").toStdString(); }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().rows.size() == 3; }));
+    EXPECT_TRUE(window().folderTree->selectedItems().value(0) != nullptr);
+    controller.reset();
+
+    {
+        QSettings settings;
+        qv::setFolderOpenAtLaunch(settings, path("Hats").toStdString());
+    }
+    launch();
+    QTest::qWait(50);
+    EXPECT_EQ(state().folderScope, "");
+    EXPECT_EQ(state().rows.size(), 9u);
+    EXPECT_FALSE(QSettings().contains(QLatin1String(qv::kLaunchLocationKindKey)));
+}
+
+} // namespace
