@@ -198,7 +198,11 @@ std::optional<QString> QVEditCommands::askPlaylistName(const QString& initial)
 
 void QVEditCommands::newPlaylistForRows(const std::vector<int>& rows)
 {
-    const std::vector<std::int64_t> ids = idsOf(rows);
+    newPlaylistForSamples(idsOf(rows));
+}
+
+void QVEditCommands::newPlaylistForSamples(const std::vector<std::int64_t>& ids)
+{
     if (ids.empty()) return;
     const std::optional<QString> name = askPlaylistName({});
     if (!name) return;

@@ -71,6 +71,7 @@ public:
     void addRowsToPlaylist(const std::vector<int>& rows, std::int64_t playlistId);
     void addSamplesToPlaylist(const std::vector<std::int64_t>& sampleIds, std::int64_t playlistId);
     void newPlaylistForRows(const std::vector<int>& rows);
+    void newPlaylistForSamples(const std::vector<std::int64_t>& sampleIds);
     void newEmptyPlaylist();
     void removeRowsFromPlaylist(const std::vector<int>& rows);
     void renameLibrary(std::int64_t libraryId, const QString& currentLabel);

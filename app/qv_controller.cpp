@@ -418,6 +418,7 @@ void QVController::wireEdits()
     });
     connect(w.playlistTable, &QVPlaylistList::samplesDropped, _edits,
             [this](std::int64_t playlist, const std::vector<std::int64_t>& ids) { _edits->addSamplesToPlaylist(ids, playlist); });
+    connect(w.playlistTable, &QVPlaylistList::samplesDroppedOutsidePlaylists, _edits, &QVEditCommands::newPlaylistForSamples);
     connect(w.newPlaylistButton, &QToolButton::clicked, _edits, &QVEditCommands::newEmptyPlaylist);
     for (const QVMainWindow::TaggedButton& nav : w.navButtons) {
         if (nav.tag != qv::kFavoritesTag) continue;

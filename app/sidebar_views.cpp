@@ -8,6 +8,7 @@
 #include <QDropEvent>
 #include <QLabel>
 #include <QMimeData>
+#include <QPainter>
 #include <QPushButton>
 #include <QToolButton>
 
@@ -216,7 +217,7 @@ void QVPlaylistList::dragMoveEvent(QDragMoveEvent* event)
 {
     QListWidgetItem* item = itemAt(event->position().toPoint());
     setDropTarget(item);
-    if (item && event->mimeData()->hasFormat(QString::fromLatin1(kSampleIdsMimeType))) {
+    if (event->mimeData()->hasFormat(QString::fromLatin1(kSampleIdsMimeType))) {
         event->setDropAction(Qt::CopyAction);
         event->accept();
     } else {
@@ -235,13 +236,31 @@ void QVPlaylistList::dropEvent(QDropEvent* event)
     QListWidgetItem* item = itemAt(event->position().toPoint());
     setDropTarget(nullptr);
     const std::vector<std::int64_t> ids = droppedIds(event->mimeData());
-    if (!item || ids.empty()) {
+    if (ids.empty()) {
         event->ignore();
         return;
     }
     event->setDropAction(Qt::CopyAction);
     event->accept();
-    emit samplesDropped(item->data(kPlaylistRole).toLongLong(), ids);
+    if (item) {
+        emit samplesDropped(item->data(kPlaylistRole).toLongLong(), ids);
+    } else {
+        emit samplesDroppedOutsidePlaylists(ids);
+    }
+}
+
+void QVPlaylistList::paintEvent(QPaintEvent* event)
+{
+    QListWidget::paintEvent(event);
+    if (count() > 0) return;
+    // An empty list says how it fills, rather than leaving a hole.
+    QPainter painter(viewport());
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    QFont font = painter.font();
+    font.setPointSizeF(font.pointSizeF() * 0.9);
+    painter.setFont(font);
+    painter.drawText(viewport()->rect().adjusted(6, 4, -6, -4), Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap,
+                     tr("Drag samples here from the results, or press +, to make a playlist."));
 }
 
 QVBreadcrumbBar::QVBreadcrumbBar(QWidget* parent)

@@ -55,6 +55,7 @@ public:
 signals:
     void playlistSelected(std::int64_t playlistId);
     void samplesDropped(std::int64_t playlistId, const std::vector<std::int64_t>& sampleIds);
+    void samplesDroppedOutsidePlaylists(const std::vector<std::int64_t>& sampleIds); // a new playlist
     void playlistMenuRequested(std::int64_t playlistId, const QPoint& globalPosition);
 
 protected:
@@ -62,6 +63,7 @@ protected:
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     void setDropTarget(QListWidgetItem* item);

@@ -52,7 +52,7 @@ click_at() {
 start_app
 shot 01-empty-state
 # The empty state's button sits in the middle of the results area, below its texts.
-click_at $(((248 + WIDTH) / 2)) $((HEIGHT * 2 / 5 + 110))
+click_at $(((248 + WIDTH) / 2)) $((HEIGHT * 3 / 5 - 2))
 dialog=
 for _ in $(seq 50); do
   dialog=$(xdotool search --onlyvisible --name "Add Sample Folder" 2>/dev/null | head -1) && [[ -n "$dialog" ]] && break
@@ -87,5 +87,22 @@ sleep 1
 xdotool key Down
 sleep 1.2
 shot 06-playing
+# The menu of a row, opened on the row that plays.
+xdotool mousemove $((X + (248 + WIDTH) / 2)) $((Y + 300)) click 3
+sleep 0.6
+shot 07-row-menu
+xdotool key Escape
+quit_app
+
+# 3. A folder opened at launch, with its breadcrumbs.
+folder=$(find "$library" -mindepth 2 -maxdepth 2 -type d | sort | head -1)
+mkdir -p "$XDG_CONFIG_HOME/Ostrelle"
+cat >>"$XDG_CONFIG_HOME/Ostrelle/Quorvalinder.conf" <<EOF_CONF
+[General]
+QVLaunchLocationKind=folder
+QVLaunchFolderPath=$folder
+EOF_CONF
+start_app
+shot 08-folder-at-launch
 quit_app
 echo "screenshots: done, in $out"
