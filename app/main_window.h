@@ -4,7 +4,6 @@
 
 #include "theme.h"
 
-#include <QComboBox>
 #include <QList>
 #include <QMainWindow>
 #include <QUrl>
@@ -20,6 +19,7 @@ class QStackedWidget;
 class QTimer;
 class QToolButton;
 class QTreeWidget;
+class QVFilterBar;
 class QVPlayerPanel;
 class QVResultsView;
 class QVBoxLayout;
@@ -27,22 +27,6 @@ class QVBoxLayout;
 namespace qv {
 class WaveformQueue;
 }
-
-// A filter popup that asks for its choices only when it opens: the values present at a
-// million samples take a while to list, and launch must not wait for them.
-class QVFilterPopup : public QComboBox {
-    Q_OBJECT
-public:
-    using QComboBox::QComboBox;
-    void showPopup() override
-    {
-        emit aboutToShowPopup();
-        QComboBox::showPopup();
-    }
-
-signals:
-    void aboutToShowPopup();
-};
 
 class QVMainWindow : public QMainWindow {
     Q_OBJECT
@@ -80,7 +64,7 @@ public:
     QPushButton* addLibraryButton = nullptr;
     QLineEdit* search = nullptr;
     QToolButton* clearSearch = nullptr;
-    std::vector<QVFilterPopup*> filters;
+    QVFilterBar* filterBar = nullptr; // the chips, quick filters and status line
     QPushButton* clearFilters = nullptr;
     QLabel* statusLabel = nullptr;
     QWidget* paginationGroup = nullptr;

@@ -2,6 +2,7 @@
 
 #include "db/database.h"
 #include "app_menu.h"
+#include "filters.h"
 #include "key_router.h"
 #include "main_window.h"
 #include "playback.h"
@@ -70,6 +71,7 @@ QVController::~QVController()
     delete _warmup;
     delete _playback; // joins the decode worker
     delete _browser;
+    delete _filters; // waits for a value list being read
     delete _sidebar;
     delete _scans;
     _window.reset();
@@ -175,9 +177,11 @@ void QVController::wireRooms()
 {
     QVMainWindow& w = *_window;
     _sidebar = new QVSidebar(*_database, _state, w);
+    _filters = new QVFilters(*_database, _state, *w.filterBar);
 
     QVResultBrowser::Hooks browserHooks;
     browserHooks.navigationEvent = [this](const char* event) { recordNavigationEvent(event); };
+    browserHooks.updateQuickFilters = [this] { _filters->updateQuickFilters(); };
     browserHooks.diagnosticSource = [this] { return _sidebar->diagnosticSource(); };
     browserHooks.currentSampleId = [this]() -> std::optional<std::int64_t> {
         if (_playback && _playback->currentSample()) return _playback->currentSample()->id;
@@ -189,7 +193,9 @@ void QVController::wireRooms()
     _browser->setReducedMotion(QSettings().value(QLatin1String(qv::kReduceMotionKey), false).toBool());
     _scans = new QVScanCoordinator(*_database);
 
+    connect(_sidebar, &QVSidebar::contextChanged, _filters, &QVFilters::updateFilterContext);
     connect(_sidebar, &QVSidebar::contextChanged, _browser, &QVResultBrowser::resetPageAndRefresh);
+    connect(_filters, &QVFilters::contextChanged, _browser, &QVResultBrowser::resetPageAndRefresh);
     connect(w.search, &QLineEdit::textChanged, _browser, [this](const QString& text) {
         ++_state.browseContextGeneration;
         _browser->searchTextChanged(text);
@@ -206,6 +212,8 @@ void QVController::wireRooms()
     connect(w.table, &QVResultsView::visibleRowsChanged, _browser, &QVResultBrowser::preindexVisibleWaveforms);
     connect(w.table, &QVResultsView::metadataLinkActivated, _sidebar,
             [this](int, const QString& field, const QString& value) { _sidebar->applyLink(field, value); });
+    connect(w.table, &QVResultsView::metadataLinkActivated, _filters,
+            [this](int, const QString& field, const QString& value) { _filters->applyLink(field, value); });
 
     connect(&w, &QVMainWindow::addLibraryRequested, _scans, [this] { _scans->addLibrary(_window.get()); });
     connect(&w, &QVMainWindow::foldersDropped, _scans, &QVScanCoordinator::handleDroppedURLs);
@@ -213,6 +221,7 @@ void QVController::wireRooms()
         connect(room, SIGNAL(statusMessage(QString)), w.statusLabel, SLOT(setText(QString)));
     }
     connect(_scans, &QVScanCoordinator::scanFinished, this, [this] {
+        _filters->invalidateValueLists();
         reloadSidebars();
         _browser->refresh();
     });

@@ -17,6 +17,7 @@
 #include <vector>
 
 class QVAudioWarmup;
+class QVFilters;
 class QVKeyRouter;
 class QVMainWindow;
 class QVPlayback;
@@ -55,6 +56,7 @@ public:
     QVResultBrowser* browser() const { return _browser; }
     QVPlayback* playback() const { return _playback; }
     QVSidebar* sidebar() const { return _sidebar; }
+    QVFilters* filters() const { return _filters; }
     QVScanCoordinator* scans() const { return _scans; }
     QVAudioWarmup* warmup() const { return _warmup; }
     const QStringList& launchSteps() const { return _launchSteps; }
@@ -80,6 +82,7 @@ private:
     QVResultBrowser* _browser = nullptr;
     QVPlayback* _playback = nullptr;
     QVSidebar* _sidebar = nullptr;
+    QVFilters* _filters = nullptr;
     QVScanCoordinator* _scans = nullptr;
     QVKeyRouter* _keys = nullptr;
     QVAudioWarmup* _warmup = nullptr;

@@ -5,10 +5,8 @@
 #include "icons.h"
 #include "main_window.h"
 
-#include <QComboBox>
 #include <QListWidget>
 #include <QPushButton>
-#include <QSignalBlocker>
 #include <QTreeWidget>
 
 #include <algorithm>
@@ -18,7 +16,6 @@ namespace {
 constexpr int kFavoritesTag = 4;
 constexpr int kLibrariesTag = 6;
 constexpr int kPathRole = Qt::UserRole;
-constexpr int kTempoChoices[] = {70, 80, 85, 90, 95, 100, 105, 110, 115, 120, 122, 124, 125, 126, 128, 130, 135, 140, 145, 150, 160, 170, 174, 175};
 
 QString qs(const std::string& text)
 {
@@ -52,12 +49,6 @@ QVSidebar::QVSidebar(qv::Database& database, qv::BrowseState& state, QVMainWindo
             [this](QTreeWidgetItem* item) { selectFolder(item->data(0, kPathRole).toString()); });
     connect(_window.playlistTable, &QListWidget::itemClicked, this,
             [this](QListWidgetItem* item) { selectPlaylist(item->data(kPathRole).toLongLong()); });
-    for (int i = 0; i < static_cast<int>(_window.filters.size()); ++i) {
-        QVFilterPopup* popup = _window.filters[static_cast<std::size_t>(i)];
-        connect(popup, &QComboBox::textActivated, this, [this, i](const QString& value) { filterChosen(i, value); });
-        connect(popup, &QVFilterPopup::aboutToShowPopup, this, [this, i] { fillFilterChoices(i); });
-    }
-    connect(_window.clearFilters, &QPushButton::clicked, this, &QVSidebar::clearFilters);
 }
 
 void QVSidebar::reloadSidebars()
@@ -80,34 +71,6 @@ void QVSidebar::reloadSidebars()
         item->setData(kPathRole, static_cast<qlonglong>(playlist.id));
     }
     syncButtons();
-}
-
-void QVSidebar::fillFilterChoices(int popup)
-{
-    // The values present in the current place, as the query of this place sees them.
-    qv::SearchQuery place = qv::browseQuery(_state);
-    place.instrument.clear(); // a popup lists what else could be chosen, not its own choice
-    place.key.clear();
-    QStringList values;
-    if (popup == 1) {
-        for (int tempo : kTempoChoices) values.append(QString::number(tempo));
-    } else {
-        try {
-            for (const std::string& value : _database.distinctFilterValues(popup == 0 ? "instrument" : "key", place)) {
-                if (value != "None") values.append(qs(value));
-            }
-        } catch (const std::exception&) {
-            // A list that cannot be read leaves only "All"; browsing still works.
-        }
-    }
-    QComboBox* box = _window.filters[static_cast<std::size_t>(popup)];
-    const QSignalBlocker quiet(box);
-    const QString current = box->currentText();
-    box->clear();
-    box->addItem(QStringLiteral("All"));
-    box->addItems(values);
-    if (box->findText(current) < 0) box->addItem(current); // still chosen, though no longer present
-    box->setCurrentText(current);
 }
 
 void QVSidebar::changeContext()
@@ -182,48 +145,14 @@ void QVSidebar::selectPlaylist(std::int64_t id)
     changeContext();
 }
 
-void QVSidebar::setPopup(int popup, const QString& value)
-{
-    QComboBox* box = _window.filters[static_cast<std::size_t>(popup)];
-    const QSignalBlocker quiet(box);
-    if (box->findText(value) < 0) box->addItem(value);
-    box->setCurrentText(value);
-}
-
-void QVSidebar::filterChosen(int popup, const QString& value)
-{
-    std::string* fields[] = {&_state.instrumentFilter, &_state.bpmFilter, &_state.keyFilter};
-    *fields[popup] = value.toStdString();
-    changeContext();
-}
-
 void QVSidebar::applyLink(const QString& field, const QString& value)
 {
     if (field == QLatin1String("type")) {
         _state.sectionType = value.toStdString();
         _state.libraryMode = false;
-    } else if (field == QLatin1String("instrument")) {
-        setPopup(0, value);
-        _state.instrumentFilter = value.toStdString();
-    } else if (field == QLatin1String("bpm")) {
-        setPopup(1, value);
-        _state.bpmFilter = value.toStdString();
-    } else if (field == QLatin1String("key")) {
-        setPopup(2, value);
-        _state.keyFilter = value.toStdString();
-    } else if (field == QLatin1String("genre")) {
-        _state.selectedGenres = {value.toStdString()};
     } else {
         return;
     }
-    changeContext();
-}
-
-void QVSidebar::clearFilters()
-{
-    for (int popup = 0; popup < 3; ++popup) setPopup(popup, QStringLiteral("All"));
-    _state.instrumentFilter = _state.bpmFilter = _state.keyFilter = "All";
-    _state.selectedGenres.clear();
     changeContext();
 }
 

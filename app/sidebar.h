@@ -1,9 +1,9 @@
 #pragma once
 // The sidebar's places: all samples, favourites, the library list, the three type
-// sections, the libraries' folders and the playlists; and the three filter popups.
-// Choosing one changes the browse state and starts a new browse context, so that a
-// preview decoded for the old place is not shown in the new one.
-// (The whole folder tree, breadcrumbs and the filter chips arrive with the sidebar work;
+// sections, the libraries' folders and the playlists. Choosing one changes the browse
+// state and starts a new browse context, so that a preview decoded for the old place is
+// not shown in the new one.
+// (The whole folder tree and breadcrumbs arrive with the sidebar work;
 // this room keeps the same entry points.)
 
 #include "browse_state.h"
@@ -31,9 +31,8 @@ public:
     void toggleSection(const QString& type);
     void selectFolder(const QString& path);
     void selectPlaylist(std::int64_t id);
-    // A metadata link in a row: narrow the results to that value.
+    // A metadata link in a row naming a type: show that section (QVFilters takes the rest).
     void applyLink(const QString& field, const QString& value);
-    void clearFilters();
     QString diagnosticSource() const;
 
 signals:
@@ -44,9 +43,6 @@ private:
     void setPlace(Place place); // and no folder or playlist
     void changeContext();
     void syncButtons();
-    void fillFilterChoices(int popup); // when it opens
-    void filterChosen(int popup, const QString& value);
-    void setPopup(int popup, const QString& value);
 
     qv::Database& _database;
     qv::BrowseState& _state;
