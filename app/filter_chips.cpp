@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMouseEvent>
 #include <QMenu>
 #include <QPainter>
 #include <QPainterPath>
@@ -234,6 +235,7 @@ QString QVFilterSuggestions::caption() const
 
 void QVFilterSuggestions::popUpBelow(QWidget* anchor)
 {
+    _anchor = anchor;
     setFixedSize(kSuggestionsSize);
     QPoint at = anchor->mapToGlobal(QPoint(0, anchor->height() + kMenuGap));
     if (const QScreen* screen = anchor->screen()) {
@@ -316,6 +318,18 @@ void QVFilterSuggestions::keyPressEvent(QKeyEvent* event)
         return;
     }
     QFrame::keyPressEvent(event);
+}
+
+void QVFilterSuggestions::mousePressEvent(QMouseEvent* event)
+{
+    // A click on the chip that opened the list only closes it, as a second click on a
+    // menu's button does; anywhere else the click goes on to what is under it.
+    const QPoint global = event->globalPosition().toPoint();
+    if (!rect().contains(event->position().toPoint()) && _anchor
+        && _anchor->rect().contains(_anchor->mapFromGlobal(global))) {
+        setAttribute(Qt::WA_NoMouseReplay);
+    }
+    QFrame::mousePressEvent(event);
 }
 
 QMenu* popUpChoiceMenu(QVFilterChip* chip, const std::function<void(const QString& value)>& chosen)

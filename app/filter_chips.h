@@ -8,6 +8,7 @@
 #include "theme.h"
 
 #include <QFrame>
+#include <QPointer>
 #include <QPushButton>
 #include <QStringList>
 
@@ -90,8 +91,10 @@ public:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
 
 private:
+    QPointer<QWidget> _anchor;
     QStringList _choices;
     QString _selected;
     QLabel* _caption;
