@@ -3,6 +3,7 @@
 #include "browse_logic.h"
 #include "db/database.h"
 #include "edit_commands.h"
+#include "filter_logic.h"
 #include "sidebar.h"
 
 #include <QActionGroup>
@@ -33,19 +34,11 @@ std::vector<GenreChoice> folderGenreChoices(const std::vector<std::string>& offe
 namespace {
 
 // The instruments and genres of the filter chips, without "All".
-const std::vector<std::string>& instrumentChoices()
+std::vector<std::string> offeredChoices(int chip)
 {
-    static const std::vector<std::string> list = {"Bass",  "Piano", "Keys",  "Guitar", "Pluck", "Synth",      "Strings",
-                                                  "Brass", "Flute", "Vocal", "Kick",   "Snare", "Clap",       "HiHat",
-                                                  "Cymbal", "Percussion", "Tom", "FX",   "808",   "Other"};
-    return list;
-}
-
-const std::vector<std::string>& genreChoices()
-{
-    static const std::vector<std::string> list = {"trap", "hip hop", "house", "rnb",  "pop",  "cinematic", "acoustic",
-                                                  "soul", "latin",   "reggaeton", "afro", "funk", "rock", "jazz"};
-    return list;
+    std::vector<std::string> choices = qv::builtInChoices(chip);
+    choices.erase(std::remove(choices.begin(), choices.end(), "All"), choices.end());
+    return choices;
 }
 
 QString qs(const std::string& text)
@@ -178,7 +171,7 @@ QMenu* QVContextMenus::folderMenu(const QString& path, bool libraryRoot, QWidget
             [this, aim] { aim(), _edits.applyFolderType(std::nullopt); });
 
     QMenu* instruments = menu->addMenu(QStringLiteral("Mark Instrument"));
-    for (const std::string& instrument : instrumentChoices()) {
+    for (const std::string& instrument : offeredChoices(qv::kInstrumentChip)) {
         connect(instruments->addAction(qs(instrument)), &QAction::triggered, this,
                 [this, aim, instrument] { aim(), _edits.applyFolderInstrument(instrument); });
     }
@@ -199,7 +192,7 @@ QMenu* QVContextMenus::folderMenu(const QString& path, bool libraryRoot, QWidget
         } catch (const std::exception&) {
             // Without the list every genre shows unchecked; adding still works.
         }
-        for (const qv::GenreChoice& choice : qv::folderGenreChoices(genreChoices(), present)) {
+        for (const qv::GenreChoice& choice : qv::folderGenreChoices(offeredChoices(qv::kGenreChip), present)) {
             QAction* action = genres->addAction(qs(choice.genre));
             action->setCheckable(true);
             action->setChecked(choice.present);

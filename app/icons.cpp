@@ -88,6 +88,14 @@ QPixmap drawn(const QString& name, const QColor& color)
         heart.cubicTo(2, 16, 6, 5, 16, 11);
         heart.cubicTo(26, 5, 30, 16, 16, 26);
         p.drawPath(heart);
+    } else if (name == QLatin1String("view-filter")) {
+        p.setBrush(Qt::NoBrush);
+        p.drawPolygon(QPolygonF({QPointF(5, 7), QPointF(27, 7), QPointF(19, 17), QPointF(19, 25), QPointF(13, 22),
+                                 QPointF(13, 17)}));
+    } else if (name == QLatin1String("object-select")) {
+        p.setBrush(Qt::NoBrush);
+        p.setPen(QPen(color, 3.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        p.drawPolyline(QPolygonF({QPointF(6, 17), QPointF(13, 24), QPointF(26, 8)}));
     } else {
         p.setBrush(Qt::NoBrush);
         p.drawEllipse(QRectF(9, 9, 14, 14));

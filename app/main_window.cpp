@@ -1,5 +1,6 @@
 #include "main_window.h"
 
+#include "filter_chips.h"
 #include "icons.h"
 #include "player_panel.h"
 #include "results_view.h"
@@ -298,30 +299,10 @@ void QVMainWindow::buildSearchRow()
 
 void QVMainWindow::buildFilters()
 {
-    _filtersRow = new QWidget(this);
-    auto* row = new QHBoxLayout(_filtersRow);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(8);
-    for (const char* name : {"Instrument", "BPM", "Key"}) {
-        auto* popup = new QVFilterPopup(_filtersRow);
-        popup->setObjectName(QString::fromUtf8(name));
-        popup->setToolTip(QString::fromUtf8(name));
-        popup->setFocusPolicy(Qt::NoFocus);
-        popup->addItem(QStringLiteral("All"));
-        filters.push_back(popup);
-        auto* label = new QLabel(QString::fromUtf8(name), _filtersRow);
-        label->setObjectName(QStringLiteral("caption"));
-        row->addWidget(label);
-        row->addWidget(popup);
-    }
-    clearFilters = new QPushButton(QStringLiteral("Clear Filters"), _filtersRow);
-    clearFilters->setObjectName(QStringLiteral("pill"));
-    clearFilters->setFocusPolicy(Qt::NoFocus);
-    row->addWidget(clearFilters);
-    row->addStretch(1);
-    statusLabel = new QLabel(_filtersRow);
-    statusLabel->setObjectName(QStringLiteral("status"));
-    row->addWidget(statusLabel);
+    filterBar = new QVFilterBar(_theme, this);
+    _filtersRow = filterBar;
+    clearFilters = filterBar->clearFilters;
+    statusLabel = filterBar->statusLabel;
     _mainLayout->addWidget(_filtersRow);
 }
 

@@ -4,7 +4,6 @@
 
 #include "theme.h"
 
-#include <QComboBox>
 #include <QList>
 #include <QMainWindow>
 #include <QUrl>
@@ -22,6 +21,7 @@ class QToolButton;
 class QVBreadcrumbBar;
 class QVFolderTreeView;
 class QVPlaylistList;
+class QVFilterBar;
 class QVPlayerPanel;
 class QVResultsView;
 class QVBoxLayout;
@@ -29,22 +29,6 @@ class QVBoxLayout;
 namespace qv {
 class WaveformQueue;
 }
-
-// A filter popup that asks for its choices only when it opens: the values present at a
-// million samples take a while to list, and launch must not wait for them.
-class QVFilterPopup : public QComboBox {
-    Q_OBJECT
-public:
-    using QComboBox::QComboBox;
-    void showPopup() override
-    {
-        emit aboutToShowPopup();
-        QComboBox::showPopup();
-    }
-
-signals:
-    void aboutToShowPopup();
-};
 
 class QVMainWindow : public QMainWindow {
     Q_OBJECT
@@ -86,7 +70,7 @@ public:
     QLabel* resultsTitle = nullptr;
     QLineEdit* search = nullptr;
     QToolButton* clearSearch = nullptr;
-    std::vector<QVFilterPopup*> filters;
+    QVFilterBar* filterBar = nullptr; // the chips, quick filters and status line
     QPushButton* clearFilters = nullptr;
     QLabel* statusLabel = nullptr;
     QWidget* paginationGroup = nullptr;

@@ -5,6 +5,7 @@
 #include "app_menu.h"
 #include "context_menus.h"
 #include "edit_commands.h"
+#include "filters.h"
 #include "key_router.h"
 #include "main_window.h"
 #include "playback.h"
@@ -81,6 +82,7 @@ QVController::~QVController()
     delete _warmup;
     delete _playback; // joins the decode worker
     delete _browser;
+    delete _filters; // waits for a value list being read
     delete _sidebar;
     delete _scans;
     _window.reset();
@@ -187,10 +189,12 @@ void QVController::wireRooms()
 {
     QVMainWindow& w = *_window;
     _sidebar = new QVSidebar(*_database, _state, w);
+    _filters = new QVFilters(*_database, _state, *w.filterBar);
 
     QVResultBrowser::Hooks browserHooks;
     browserHooks.navigationEvent = [this](const char* event) { recordNavigationEvent(event); };
     browserHooks.updateBreadcrumb = [this] { _sidebar->updateBreadcrumb(); };
+    browserHooks.updateQuickFilters = [this] { _filters->updateQuickFilters(); };
     browserHooks.diagnosticSource = [this] { return _sidebar->diagnosticSource(); };
     browserHooks.currentSampleId = [this]() -> std::optional<std::int64_t> {
         if (_playback && _playback->currentSample()) return _playback->currentSample()->id;
@@ -204,12 +208,14 @@ void QVController::wireRooms()
 
     connect(_sidebar, &QVSidebar::placeChanged, this, [this](bool transition) {
         _playback->browseContextChanged();
+        _filters->updateFilterContext();
         if (transition) {
             _browser->refreshResultsWithBrowserTransition();
         } else {
             _browser->refresh();
         }
     });
+    connect(_filters, &QVFilters::contextChanged, _browser, &QVResultBrowser::resetPageAndRefresh);
     connect(w.search, &QLineEdit::textChanged, _browser, [this](const QString& text) {
         ++_state.browseContextGeneration;
         _browser->searchTextChanged(text);
@@ -228,6 +234,8 @@ void QVController::wireRooms()
             [this](int, const QString& field, const QString& value) {
                 if (field == QLatin1String("type")) _sidebar->applyTypeLink(value);
             });
+    connect(w.table, &QVResultsView::metadataLinkActivated, _filters,
+            [this](int, const QString& field, const QString& value) { _filters->applyLink(field, value); });
 
     connect(&w, &QVMainWindow::addLibraryRequested, _scans, [this] { _scans->addLibrary(_window.get()); });
     connect(&w, &QVMainWindow::foldersDropped, _scans, &QVScanCoordinator::handleDroppedURLs);
@@ -236,6 +244,7 @@ void QVController::wireRooms()
     }
     for (auto changed : {&QVScanCoordinator::scanFinished, &QVScanCoordinator::libraryRemoved}) {
         connect(_scans, changed, this, [this] {
+            _filters->invalidateValueLists();
             reloadSidebars();
             _browser->refresh();
         });
@@ -366,7 +375,10 @@ void QVController::wireEdits()
     if (!_alerts->hasTarget()) _alerts->setTarget(std::make_unique<QVModalAlerts>(&w));
 
     QVEditCommands::Hooks hooks;
-    hooks.refresh = [this] { _browser->refresh(); };
+    hooks.refresh = [this] {
+        _filters->invalidateValueLists(); // an edit may change the values a place has
+        _browser->refresh();
+    };
     hooks.reloadRow = [this](int row) {
         if (row >= 0 && row < static_cast<int>(_state.rows.size())) {
             _window->table->updateSample(row, _state.rows[static_cast<std::size_t>(row)]);
@@ -387,6 +399,7 @@ void QVController::wireEdits()
     hooks.showAllTypesOnly = [this] { _sidebar->showAllTypesOnly(); };
     _edits = new QVEditCommands(*_database, _state, *_alerts, hooks);
     connect(_edits, &QVEditCommands::librariesChanged, this, [this] {
+        _filters->invalidateValueLists();
         reloadSidebars();
         _browser->refresh();
     });

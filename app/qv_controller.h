@@ -21,6 +21,7 @@ class QVReplaceableAlerts;
 class QVAudioWarmup;
 class QVContextMenus;
 class QVEditCommands;
+class QVFilters;
 class QVKeyRouter;
 class QVMainWindow;
 class QVPlayback;
@@ -63,6 +64,7 @@ public:
     QVContextMenus* menus() const { return _menus; }
     // Tests answer the questions instead of a person.
     void setAlerts(std::unique_ptr<QVAlerts> alerts);
+    QVFilters* filters() const { return _filters; }
     QVScanCoordinator* scans() const { return _scans; }
     QVAudioWarmup* warmup() const { return _warmup; }
     const QStringList& launchSteps() const { return _launchSteps; }
@@ -88,6 +90,7 @@ private:
     QVResultBrowser* _browser = nullptr;
     QVPlayback* _playback = nullptr;
     QVSidebar* _sidebar = nullptr;
+    QVFilters* _filters = nullptr;
     QVScanCoordinator* _scans = nullptr;
     QVKeyRouter* _keys = nullptr;
     QVAudioWarmup* _warmup = nullptr;

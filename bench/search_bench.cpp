@@ -7,7 +7,8 @@
 // cached, as after any write or for a new search text) and warm (its count kept, as
 // when paging or re-sorting). Before timing, both plans must agree on the count, the
 // page and the position. Also times the filter value lists under a folder scope, the
-// one-time build of the support indexes and the size per sample.
+// quick filters' two lists in each kind of place, the one-time build of the support
+// indexes and the size per sample.
 //
 //   search_bench [--db FILE] [--records N] [--reps N] [--only TEXT]
 //
@@ -296,6 +297,32 @@ int main(int argc, char** argv)
                                           [&] { db.setSearchPlan(qv::SearchPlan::Indexed); });
             std::printf("%-24s %8zu | %9.1f %9.1f | %8.1f %8.1f | %6.0fx |\n", field, values.size(), reference.p50,
                         reference.p95, indexed.p50, indexed.p95, reference.p95 / std::max(indexed.p95, 0.01));
+        }
+
+        // The quick filters read two lists in the current place at every change of place:
+        // what that costs the GUI thread, cold (after a write) and warm.
+        std::printf("\nquick filter lists (genre + instrument) per place, indexed plan\n");
+        std::printf("%-24s %8s | %8s %8s | %8s\n", "place", "values", "cold p50", "cold p95", "warm p95");
+        const std::vector<Case> all = cases(db, raw);
+        const std::vector<Case> places = {
+            {"all samples", {}},
+            {"loops", {.type = "Loop"}},
+            {"one shots", {.type = "One Shot"}},
+            {"midi", {.type = "MIDI"}},
+            {"favourites", {.favoritesOnly = true}},
+            {"pack folder", {.folder = all[10].query.folder}},
+            {"large playlist", {.playlistId = all[11].query.playlistId}},
+        };
+        for (const Case& place : places) {
+            std::size_t values = 0;
+            const auto lists = [&] {
+                values = db.distinctFilterValues("genre", place.query).size()
+                    + db.distinctFilterValues("instrument", place.query).size();
+            };
+            const Stats cold = measure(options.reps, lists, [&] { db.setSearchPlan(qv::SearchPlan::Indexed); });
+            const Stats warm = measure(options.reps, lists);
+            std::printf("%-24s %8zu | %8.1f %8.1f | %8.1f\n", place.name.c_str(), values, cold.p50, cold.p95, warm.p95);
+            std::fflush(stdout);
         }
 
         // Size per sample against the text it indexes (path and file name), as a ratio.
