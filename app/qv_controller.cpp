@@ -4,6 +4,7 @@
 #include "alerts.h"
 #include "app_menu.h"
 #include "context_menus.h"
+#include "desktop_actions.h"
 #include "edit_commands.h"
 #include "filters.h"
 #include "key_router.h"
@@ -24,8 +25,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QDesktopServices>
-#include <QFileInfo>
 #include <QMenu>
 #include <QComboBox>
 #include <QDialog>
@@ -406,10 +405,7 @@ void QVController::wireEdits()
 
     QVContextMenus::Hooks menuHooks;
     menuHooks.selectedRows = [this] { return _window->table->selectedRows(); };
-    menuHooks.showInFolder = [](const QString& path) {
-        const QFileInfo info(path);
-        QDesktopServices::openUrl(QUrl::fromLocalFile(info.isDir() ? path : info.absolutePath()));
-    };
+    menuHooks.showInFolder = &showInFileManager;
     menuHooks.copyPaths = [](const QStringList& paths) { QGuiApplication::clipboard()->setText(paths.join(QLatin1Char('\n'))); };
     menuHooks.rescanLibrary = [this](const QString& path, bool force) {
         _scans->scanRoots({QUrl::fromLocalFile(path)}, force);
