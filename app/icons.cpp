@@ -88,6 +88,13 @@ QPixmap drawn(const QString& name, const QColor& color)
         heart.cubicTo(2, 16, 6, 5, 16, 11);
         heart.cubicTo(26, 5, 30, 16, 16, 26);
         p.drawPath(heart);
+    } else if (name == QLatin1String("audio-x-generic")) {
+        // A short waveform: what a sample looks like everywhere else in the window.
+        const double heights[] = {6, 12, 20, 14, 24, 10, 16, 8, 4};
+        for (int i = 0; i < 9; ++i) {
+            const double x = 4.5 + i * 2.9;
+            p.drawLine(QPointF(x, 16 - heights[i] / 2), QPointF(x, 16 + heights[i] / 2));
+        }
     } else {
         p.setBrush(Qt::NoBrush);
         p.drawEllipse(QRectF(9, 9, 14, 14));
