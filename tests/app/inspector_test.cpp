@@ -8,6 +8,7 @@
 #include "temp_dir.h"
 #include "wave_writer.h"
 
+#include <QCoreApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -15,6 +16,8 @@
 #include <QTextEdit>
 
 #include <gtest/gtest.h>
+
+#include <memory>
 
 namespace {
 
@@ -156,6 +159,13 @@ TEST_F(InspectorTest, AReadingForASampleNoLongerShownIsDropped)
     ASSERT_EQ(shown.size(), 1);
     EXPECT_EQ(shown.first().first().toLongLong(), second.id);
     EXPECT_EQ(text("inspectorName"), QStringLiteral("Dark Keys 140bpm.wav"));
+
+    // A panel closed mid-reading: it waits for the reading, whose result then finds no one.
+    auto closing = std::make_unique<QVInspector>(qv::windowTheme(QStringLiteral("Green")));
+    closing->showSample(first, qv::inspectorRecord(_db, first.id));
+    closing.reset();
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(shown.size(), 1);
 }
 
 TEST(InspectorLogicTest, AnIndexThatNoLongerMatchesItsFileSaysSoAndHowToFixIt)
