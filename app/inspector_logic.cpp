@@ -65,7 +65,8 @@ std::string overrideText(OverrideSource source)
     return "your override";
 }
 
-constexpr const char* kRescan = "rescan the library to update";
+// A plain rescan skips a moved file whose size and time are unchanged; only a Full Scan reads it again.
+constexpr const char* kRescan = "a Full Scan of its library updates it";
 
 // The source of a value the name gives, or says it no longer gives what was indexed.
 void explainField(InspectorField& field, bool agrees, const std::optional<std::string>& nowValue,

@@ -186,8 +186,8 @@ TEST(InspectorLogicTest, AnIndexThatNoLongerMatchesItsFileSaysSoAndHowToFixIt)
     EXPECT_EQ(t.notice, "Its library is offline.");
     EXPECT_EQ(t.size, "1.2 MB");
     EXPECT_EQ(t.tempo.notes, (std::vector<std::string>{"the name now gives 140 BPM, from file name: \u201c140bpm\u201d",
-                                                        "rescan the library to update"}));
-    EXPECT_EQ(t.verdict, "The file now reads as Loop (rescan the library to update). "
+                                                        "a Full Scan of its library updates it"}));
+    EXPECT_EQ(t.verdict, "The file now reads as Loop (a Full Scan of its library updates it). "
                          "A loop word in the name always makes a loop.");
     EXPECT_EQ(t.audio, (std::vector<std::string>{"The file could not be read."}));
 
