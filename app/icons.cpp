@@ -96,6 +96,13 @@ QPixmap drawn(const QString& name, const QColor& color)
         p.setBrush(Qt::NoBrush);
         p.setPen(QPen(color, 3.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         p.drawPolyline(QPolygonF({QPointF(6, 17), QPointF(13, 24), QPointF(26, 8)}));
+    } else if (name == QLatin1String("audio-x-generic")) {
+        // A short waveform: what a sample looks like everywhere else in the window.
+        const double heights[] = {6, 12, 20, 14, 24, 10, 16, 8, 4};
+        for (int i = 0; i < 9; ++i) {
+            const double x = 4.5 + i * 2.9;
+            p.drawLine(QPointF(x, 16 - heights[i] / 2), QPointF(x, 16 + heights[i] / 2));
+        }
     } else {
         p.setBrush(Qt::NoBrush);
         p.drawEllipse(QRectF(9, 9, 14, 14));

@@ -63,6 +63,29 @@ struct Playlist {
     std::int64_t sampleCount = 0; // "._" files not counted
 };
 
+// Who set an override: the user for chosen samples, or for a folder holding the sample.
+// Unrecorded: set by a release that did not store the source (schema version 4).
+enum class OverrideSource { Sample, Folder, Unrecorded };
+
+// What the user decided for one sample, beside what the scan inferred, and the library
+// it belongs to.
+struct SampleUserData {
+    std::optional<SampleType> typeOverride;
+    OverrideSource typeSource = OverrideSource::Unrecorded; // meaningful with an override
+    SampleType inferredType = SampleType::Unknown;
+    std::optional<std::string> instrumentOverride;
+    OverrideSource instrumentSource = OverrideSource::Unrecorded;
+    std::string inferredInstrument;
+    std::vector<std::string> folderGenres;   // the user's, by name
+    std::vector<std::string> inferredGenres; // the scan's
+    bool favorite = false;
+    std::vector<std::string> playlists;      // names of the playlists holding it, by name
+    std::int64_t libraryId = 0;
+    std::string libraryPath;
+    std::string libraryLabel; // empty when none
+    bool libraryAvailable = true;
+};
+
 struct IndexedPath {
     std::string libraryPath;
     std::string samplePath;
@@ -123,6 +146,8 @@ public:
     // means at any depth. Folder edits run in one immediate transaction: all or nothing.
     void setFavorite(std::int64_t sampleId, bool favorite);
     bool isFavorite(std::int64_t sampleId) const;
+    // Empty when the id is not stored (hidden and offline samples are found too).
+    std::optional<SampleUserData> userData(std::int64_t sampleId) const;
     // No type clears the override, so the type falls back to what the scan inferred.
     void setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::optional<SampleType> type);
     // Never touches samples whose type is MIDI.

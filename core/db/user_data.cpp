@@ -76,6 +76,61 @@ bool Database::isFavorite(std::int64_t sampleId) const
     }
 }
 
+std::optional<SampleUserData> Database::userData(std::int64_t sampleId) const
+{
+    const auto lock = settledLock();
+    const auto sourceOf = [](const std::string& text) {
+        if (text == "sample") return OverrideSource::Sample;
+        if (text == "folder") return OverrideSource::Folder;
+        return OverrideSource::Unrecorded;
+    };
+    try {
+        ReadTransaction snapshot(*_connection);
+        SampleUserData data;
+        {
+            Statement st(*_connection,
+                         "SELECT s.user_type_override,coalesce(s.type_override_source,''),s.auto_type,"
+                         "s.user_instrument_override,coalesce(s.instrument_override_source,''),"
+                         "coalesce(s.auto_instrument,''),s.favorite,coalesce(l.id,0),coalesce(l.path,''),"
+                         "coalesce(m.value,''),coalesce(o.value,'') FROM samples s LEFT JOIN libraries l ON "
+                         "l.id=s.library_id LEFT JOIN app_metadata m ON m.key=?||l.id LEFT JOIN app_metadata o ON "
+                         "o.key=?||l.path WHERE s.id=?");
+            st.bind(1, schema::kLibraryLabelKey);
+            st.bind(2, schema::kOfflineLibraryKey);
+            st.bind(3, sampleId);
+            if (!st.step()) return std::nullopt;
+            if (!st.isNull(0)) data.typeOverride = sampleTypeFromString(st.columnText(0));
+            data.typeSource = sourceOf(st.columnText(1));
+            data.inferredType = sampleTypeFromString(st.columnText(2));
+            if (!st.isNull(3)) data.instrumentOverride = st.columnText(3);
+            data.instrumentSource = sourceOf(st.columnText(4));
+            data.inferredInstrument = st.columnText(5);
+            data.favorite = st.columnInt64(6) != 0;
+            data.libraryId = st.columnInt64(7);
+            data.libraryPath = st.columnText(8);
+            data.libraryLabel = st.columnText(9);
+            data.libraryAvailable = st.columnText(10) != "1";
+        }
+        {
+            Statement st(*_connection,
+                         "SELECT genre,source FROM sample_genres WHERE sample_id=? ORDER BY genre COLLATE NOCASE");
+            st.bind(1, sampleId);
+            while (st.step()) {
+                (st.columnView(1) == "folder" ? data.folderGenres : data.inferredGenres).push_back(st.columnText(0));
+            }
+        }
+        {
+            Statement st(*_connection, "SELECT p.name FROM playlist_items pi JOIN playlists p ON p.id=pi.playlist_id "
+                                       "WHERE pi.sample_id=? ORDER BY p.name COLLATE NOCASE");
+            st.bind(1, sampleId);
+            while (st.step()) data.playlists.push_back(st.columnText(0));
+        }
+        return data;
+    } catch (const SqliteError&) {
+        return std::nullopt; // a lookup returns what it could read: here, nothing whole
+    }
+}
+
 void Database::setTypeOverride(const std::vector<std::int64_t>& sampleIds, std::optional<SampleType> type)
 {
     if (sampleIds.empty()) return;

@@ -32,6 +32,28 @@ std::string MetadataParser::classificationText(const std::filesystem::path& path
     return folder.string() + " " + path.stem().string();
 }
 
+NameClues MetadataParser::readNames(const std::filesystem::path& path, const std::filesystem::path& libraryRoot) const
+{
+    NameClues names;
+    const std::filesystem::path parent = path.parent_path();
+    names.stem = path.stem().string();
+    names.folder = parent.filename().string();
+    names.parentPath = parent.string();
+    names.instrumentText = names.stem + " " + names.folder;
+    names.classificationText = classificationText(path, libraryRoot);
+
+    names.tempo = matchBpm(names.stem);
+    if (!names.tempo) {
+        names.tempo = matchBpm(names.folder);
+        if (names.tempo) names.tempo->source = NameSource::FolderName;
+    }
+    names.key = matchKey(names.stem);
+    if (!names.key) names.key = matchFolderKey(names.folder);
+    names.instrument = matchInstrument(names.instrumentText);
+    names.genres = matchGenres(names.parentPath);
+    return names;
+}
+
 Sample MetadataParser::parse(const std::filesystem::path& path, const std::filesystem::path& libraryRoot,
                              const std::optional<AudioStructure>& structure) const
 {
@@ -41,19 +63,12 @@ Sample MetadataParser::parse(const std::filesystem::path& path, const std::files
     // A root written with a trailing separator still names its last folder.
     sample.libraryName = (libraryRoot.has_filename() ? libraryRoot : libraryRoot.parent_path()).filename().string();
 
-    const std::filesystem::path parent = path.parent_path();
-    const std::string stem = path.stem().string();
-    const std::string folder = parent.filename().string();
+    NameClues names = readNames(path, libraryRoot);
+    if (names.tempo) sample.bpm = names.tempo->bpm;
+    sample.musicalKey = names.key ? std::move(names.key->key) : "None";
+    if (names.instrument) sample.instrument = std::move(names.instrument->value);
 
-    sample.bpm = parseBpm(stem);
-    if (!sample.bpm) sample.bpm = parseBpm(folder);
-
-    sample.musicalKey = parseKey(stem);
-    if (sample.musicalKey == "None") sample.musicalKey = folderKey(folder);
-
-    sample.instrument = parseInstrument(stem + " " + folder);
-
-    sample.type = classifyDetailed(path, classificationText(path, libraryRoot), sample.bpm, structure).type;
+    sample.type = classify(path, names.classificationText, sample.bpm, structure);
 
     if (structure) sample.duration = structure->durationSeconds;
 
@@ -62,7 +77,7 @@ Sample MetadataParser::parse(const std::filesystem::path& path, const std::files
     sample.fileSize = error ? 0 : static_cast<std::int64_t>(size);
     sample.modifiedAt = lastWriteSeconds(path, error).value_or(0);
 
-    sample.genres = genresOf(parent.string());
+    for (auto& genre : names.genres) sample.genres.push_back(std::move(genre.value));
     if (!sample.genres.empty()) sample.genre = sample.genres.front();
     return sample;
 }

@@ -3,8 +3,9 @@
 
 #include "ascii.h"
 
-#include <algorithm>
 #include <array>
+#include <optional>
+#include <utility>
 #include <string_view>
 
 namespace qv {
@@ -27,26 +28,50 @@ constexpr std::array<std::string_view, 16> kOneShotKeywords{
     "cymbal", "tom", "perc", "shaker", "rim", "snap", "808", " fx",
 };
 
+// The first keyword of the list found in the text, in list order.
 template <std::size_t N>
-bool containsAny(std::string_view text, const std::array<std::string_view, N>& keywords)
+std::optional<std::pair<std::string_view, std::size_t>> findAny(std::string_view text,
+                                                                 const std::array<std::string_view, N>& keywords)
 {
-    return std::any_of(keywords.begin(), keywords.end(),
-                       [text](std::string_view keyword) { return text.find(keyword) != std::string_view::npos; });
+    for (const std::string_view keyword : keywords) {
+        if (const auto found = text.find(keyword); found != std::string_view::npos) return std::pair(keyword, found);
+    }
+    return std::nullopt;
 }
 
 } // namespace
 
-Classification MetadataParser::classifyDetailed(const std::filesystem::path& path, std::string_view text,
-                                                std::optional<std::int32_t> bpm,
-                                                const std::optional<AudioStructure>& structure) const
+Classification MetadataParser::weigh(const std::filesystem::path& path, std::string_view text,
+                                     std::optional<std::int32_t> bpm, const std::optional<AudioStructure>& structure,
+                                     std::vector<ScoreStep>* steps) const
 {
-    if (hasMidiExtension(path)) return {SampleType::MIDI, 0, 0};
+    std::int32_t loop = 0;
+    std::int32_t oneShot = 0;
+    const auto add = [&](ScoreRule rule, SampleType towards, std::int32_t points, std::string_view keyword = {},
+                         TextMatch at = {}) {
+        (towards == SampleType::Loop ? loop : oneShot) += points;
+        if (steps) steps->push_back({rule, towards, points, std::string(keyword), at});
+    };
+    // " fx" carries its space; the word it found starts after it.
+    const auto wordAt = [](std::string_view keyword, std::size_t found) {
+        const std::size_t lead = keyword.starts_with(' ') ? 1 : 0;
+        return TextMatch{found + lead, keyword.size() - lead};
+    };
+
+    if (hasMidiExtension(path)) {
+        add(ScoreRule::MidiExtension, SampleType::MIDI, 0);
+        return {SampleType::MIDI, 0, 0};
+    }
 
     const std::string prepared = prepareText(text);
-    const bool hasLoopWord = containsAny(prepared, kLoopKeywords);
-    std::int32_t loop = hasLoopWord ? 120 : 0;
-    std::int32_t oneShot = containsAny(prepared, kOneShotPhrases) ? 85 : 0;
-    if (containsAny(prepared, kOneShotKeywords)) oneShot += 28;
+    const auto loopWord = findAny(prepared, kLoopKeywords);
+    if (loopWord) add(ScoreRule::LoopWord, SampleType::Loop, 120, loopWord->first, wordAt(loopWord->first, loopWord->second));
+    if (const auto phrase = findAny(prepared, kOneShotPhrases)) {
+        add(ScoreRule::OneShotPhrase, SampleType::OneShot, 85, phrase->first, wordAt(phrase->first, phrase->second));
+    }
+    if (const auto keyword = findAny(prepared, kOneShotKeywords)) {
+        add(ScoreRule::OneShotKeyword, SampleType::OneShot, 28, keyword->first, wordAt(keyword->first, keyword->second));
+    }
 
     if (structure) {
         const auto n = static_cast<std::int32_t>(structure->onsetCount);
@@ -56,34 +81,34 @@ Classification MetadataParser::classifyDetailed(const std::filesystem::path& pat
 
         if (n >= 3) {
             if (s >= 0.3) {
-                loop += 100;
+                add(ScoreRule::ManyOnsetsWideSpan, SampleType::Loop, 100);
             } else if (s >= 0.22) {
-                loop += 62;
+                add(ScoreRule::ManyOnsetsSpan, SampleType::Loop, 62);
             }
         } else if (n == 2) {
             if (d >= 1.5 && d <= 3.5 && s >= 0.18 && p <= 0.58) {
-                loop += 82;
+                add(ScoreRule::TwoOnsetsWithDip, SampleType::Loop, 82);
             } else if (s >= 0.22) {
-                loop += 62;
+                add(ScoreRule::TwoOnsetsSpan, SampleType::Loop, 62);
             }
         } else if (n == 1) {
-            oneShot += 62;
+            add(ScoreRule::SingleOnset, SampleType::OneShot, 62);
         }
 
         if (d < 1.0) {
-            oneShot += 32;
+            add(ScoreRule::VeryShort, SampleType::OneShot, 32);
         } else if (d < 2.5) {
-            oneShot += 15;
+            add(ScoreRule::Short, SampleType::OneShot, 15);
         } else if (d > 4.0 && n >= 2) {
-            loop += 18;
+            add(ScoreRule::LongWithOnsets, SampleType::Loop, 18);
         }
 
-        if (bpm && n >= 2 && s >= 0.22) loop += 20;
-        if (s >= 0.3 && n >= 3) oneShot -= 35;
+        if (bpm && n >= 2 && s >= 0.22) add(ScoreRule::TempoWithOnsets, SampleType::Loop, 20);
+        if (s >= 0.3 && n >= 3) add(ScoreRule::SpreadOnsets, SampleType::OneShot, -35);
     }
 
     SampleType type = SampleType::Unknown;
-    if (hasLoopWord || loop >= oneShot + kMargin) {
+    if (loopWord || loop >= oneShot + kMargin) {
         type = SampleType::Loop;
     } else if (oneShot >= loop + kMargin) {
         type = SampleType::OneShot;
@@ -91,11 +116,27 @@ Classification MetadataParser::classifyDetailed(const std::filesystem::path& pat
     return {type, loop, oneShot};
 }
 
+Classification MetadataParser::classifyDetailed(const std::filesystem::path& path, std::string_view text,
+                                                std::optional<std::int32_t> bpm,
+                                                const std::optional<AudioStructure>& structure) const
+{
+    return weigh(path, text, bpm, structure, nullptr);
+}
+
 SampleType MetadataParser::classify(const std::filesystem::path& path, std::string_view text,
                                     std::optional<std::int32_t> bpm,
                                     const std::optional<AudioStructure>& structure) const
 {
-    return classifyDetailed(path, text, bpm, structure).type;
+    return weigh(path, text, bpm, structure, nullptr).type;
+}
+
+ClassificationTrace MetadataParser::traceClassification(const std::filesystem::path& path, std::string_view text,
+                                                        std::optional<std::int32_t> bpm,
+                                                        const std::optional<AudioStructure>& structure) const
+{
+    ClassificationTrace trace;
+    trace.result = weigh(path, text, bpm, structure, &trace.steps);
+    return trace;
 }
 
 } // namespace qv

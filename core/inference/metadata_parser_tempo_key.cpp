@@ -70,51 +70,75 @@ std::string normalizedKey(const std::smatch& match)
     return note;
 }
 
+// The whole match without the space some expressions take in front of it.
+TextMatch spanOf(const std::string& prepared, const std::smatch& match)
+{
+    auto position = static_cast<std::size_t>(match.position(0));
+    const std::size_t end = position + static_cast<std::size_t>(match.length(0));
+    while (position < end && ascii::isSpace(prepared[position])) ++position;
+    return {position, end - position};
+}
+
 } // namespace
 
-std::optional<std::int32_t> MetadataParser::parseBpm(std::string_view text) const
+std::optional<TempoClue> MetadataParser::matchBpm(std::string_view text) const
 {
     if (text.size() > kMaxNameTextBytes) return std::nullopt;
     const auto& re = patterns();
     const std::string prepared = prepareText(text);
     std::smatch match;
+    const auto clue = [&](std::int32_t bpm) { return TempoClue{bpm, NameSource::FileName, spanOf(prepared, match)}; };
 
     // The expression itself only admits 50..399.
     if (std::regex_search(prepared, match, re.bpmWord)) {
-        return decimal(match[1].matched ? match[1] : match[2]);
+        return clue(decimal(match[1].matched ? match[1] : match[2]));
     }
     if (std::regex_search(prepared, match, re.bpmGlued) && match[1].length() <= 3) {
-        if (const auto value = decimal(match[1]); inTempoRange(value)) return value;
+        if (const auto value = decimal(match[1]); inTempoRange(value)) return clue(value);
     }
     if (std::regex_search(prepared, match, re.numberBeforeKey)) {
-        if (const auto value = decimal(match[1]); inTempoRange(value)) return value;
+        if (const auto value = decimal(match[1]); inTempoRange(value)) return clue(value);
     }
     if (std::regex_search(prepared, match, re.numberBeforeLoop)) {
-        if (const auto value = decimal(match[1]); inTempoRange(value)) return value;
+        if (const auto value = decimal(match[1]); inTempoRange(value)) return clue(value);
+    }
+    return std::nullopt;
+}
+
+std::optional<std::int32_t> MetadataParser::parseBpm(std::string_view text) const
+{
+    const auto clue = matchBpm(text);
+    return clue ? std::optional(clue->bpm) : std::nullopt;
+}
+
+std::optional<KeyClue> MetadataParser::matchKey(std::string_view text) const
+{
+    if (text.size() > kMaxNameTextBytes) return std::nullopt;
+    const auto& re = patterns();
+    const std::string prepared = prepareText(text);
+    std::smatch match;
+    if (std::regex_search(prepared, match, re.keyWithMode) || std::regex_search(prepared, match, re.loneNote)) {
+        return KeyClue{normalizedKey(match), NameSource::FileName, spanOf(prepared, match)};
     }
     return std::nullopt;
 }
 
 std::string MetadataParser::parseKey(std::string_view text) const
 {
-    if (text.size() > kMaxNameTextBytes) return "None";
-    const auto& re = patterns();
-    const std::string prepared = prepareText(text);
-    std::smatch match;
-    if (std::regex_search(prepared, match, re.keyWithMode)) return normalizedKey(match);
-    if (std::regex_search(prepared, match, re.loneNote)) return normalizedKey(match);
-    return "None";
+    const auto clue = matchKey(text);
+    return clue ? clue->key : "None";
 }
 
-// Folder names must glue a mode to the note ("am", "key ebmaj"); a bare letter is not
-// taken, unlike in a file name.
-std::string MetadataParser::folderKey(std::string_view folder) const
+// The folder expression only finds the key; the file name's rules read what it found.
+std::optional<KeyClue> MetadataParser::matchFolderKey(std::string_view folder) const
 {
-    if (folder.size() > kMaxNameTextBytes) return "None";
+    if (folder.size() > kMaxNameTextBytes) return std::nullopt;
     const std::string prepared = prepareText(folder);
     std::smatch match;
-    if (!std::regex_search(prepared, match, patterns().folderKey)) return "None";
-    return parseKey(match[0].str());
+    if (!std::regex_search(prepared, match, patterns().folderKey)) return std::nullopt;
+    const auto key = matchKey(match[0].str());
+    if (!key) return std::nullopt;
+    return KeyClue{key->key, NameSource::FolderName, spanOf(prepared, match)};
 }
 
 } // namespace qv

@@ -4,6 +4,7 @@
 #include "ascii.h"
 
 #include <array>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -39,23 +40,37 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kInstrum
 
 } // namespace
 
-std::string MetadataParser::parseInstrument(std::string_view text) const
+std::optional<KeywordClue> MetadataParser::matchInstrument(std::string_view text) const
 {
     std::string padded(1, ' ');
     padded += prepareText(text);
     padded += ' ';
     for (const auto& [keyword, instrument] : kInstrumentKeywords) {
-        if (padded.find(keyword) != std::string::npos) return std::string(instrument);
+        const auto found = padded.find(keyword);
+        if (found == std::string::npos) continue;
+        // Back to the unpadded text, without the spaces " fx " carries.
+        std::size_t begin = found;
+        std::size_t end = found + keyword.size();
+        while (begin < end && padded[begin] == ' ') ++begin;
+        while (end > begin && padded[end - 1] == ' ') --end;
+        return KeywordClue{std::string(instrument), std::string(keyword), {begin - 1, end - begin}};
     }
-    return "";
+    return std::nullopt;
 }
 
-std::vector<std::string> MetadataParser::genresOf(std::string_view folderPath)
+std::string MetadataParser::parseInstrument(std::string_view text) const
+{
+    auto clue = matchInstrument(text);
+    return clue ? std::move(clue->value) : std::string();
+}
+
+std::vector<KeywordClue> MetadataParser::matchGenres(std::string_view folderPath)
 {
     const std::string prepared = prepareText(folderPath);
-    std::vector<std::string> genres;
+    std::vector<KeywordClue> genres;
     for (const auto keyword : kGenreKeywords) {
-        if (prepared.find(keyword) != std::string::npos) genres.emplace_back(keyword);
+        const auto found = prepared.find(keyword);
+        if (found != std::string::npos) genres.push_back({std::string(keyword), std::string(keyword), {found, keyword.size()}});
     }
     return genres;
 }

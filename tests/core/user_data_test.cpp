@@ -141,4 +141,56 @@ TEST_F(UserData, PlaylistsTrimNamesKeepPositionsAndCountVisibleMembers)
     EXPECT_EQ(_raw.integer("SELECT count(*) FROM playlist_items"), 0);
 }
 
+TEST_F(UserData, UserDataTellsEachDecisionItsSourceAndTheLibrary)
+{
+    const auto kick = add("/lib/Drums/Kick.wav", SampleType::OneShot, {"trap"});
+    const auto snare = add("/lib/Drums/Snare.wav");
+    const auto outside = add("/lib/Keys/Chord.wav");
+    _db.setFolderTypeOverride("/lib/Drums", SampleType::Loop);
+    _db.setTypeOverride({snare}, SampleType::Unknown);
+    _db.setFolderInstrumentOverride("/lib/Drums", "hats");
+    _db.setFolderGenreOverride("/lib/Drums", "house", true);
+    _db.setFolderGenreOverride("/lib/Drums", "Boom Bap", true);
+    _db.setFavorite(kick, true);
+    const auto later = _db.createPlaylist("later"), best = _db.createPlaylist("Best");
+    _db.addToPlaylist(later, kick);
+    _db.addToPlaylist(best, kick);
+    _db.setLibraryDisplayLabel(_lib, "Main 'kit'");
+
+    const auto data = _db.userData(kick);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->typeOverride, SampleType::Loop);
+    EXPECT_EQ(data->typeSource, qv::OverrideSource::Folder);
+    EXPECT_EQ(data->inferredType, SampleType::OneShot);
+    EXPECT_EQ(data->instrumentOverride, "HiHat");
+    EXPECT_EQ(data->instrumentSource, qv::OverrideSource::Folder);
+    EXPECT_EQ(data->inferredInstrument, "Kick");
+    EXPECT_EQ(data->folderGenres, (std::vector<std::string>{"Boom Bap", "house"}));
+    EXPECT_EQ(data->inferredGenres, (std::vector<std::string>{"trap"}));
+    EXPECT_TRUE(data->favorite);
+    EXPECT_EQ(data->playlists, (std::vector<std::string>{"Best", "later"}));
+    EXPECT_EQ(data->libraryId, _lib);
+    EXPECT_EQ(data->libraryPath, "/lib");
+    EXPECT_EQ(data->libraryLabel, "Main 'kit'");
+    EXPECT_TRUE(data->libraryAvailable);
+
+    EXPECT_EQ(_db.userData(snare)->typeOverride, SampleType::Unknown); // an override to Unknown is one
+    EXPECT_EQ(_db.userData(snare)->typeSource, qv::OverrideSource::Sample);
+    const auto plain = _db.userData(outside);
+    EXPECT_EQ(plain->typeOverride, std::nullopt);
+    EXPECT_EQ(plain->instrumentOverride, std::nullopt);
+    EXPECT_TRUE(plain->folderGenres.empty() && plain->playlists.empty() && !plain->favorite);
+
+    // Overrides stored before their sources were (schema version 4).
+    _raw.exec("UPDATE samples SET user_type_override='One Shot',type='One Shot' WHERE id=" + std::to_string(outside));
+    EXPECT_EQ(_db.userData(outside)->typeSource, qv::OverrideSource::Unrecorded);
+
+    _db.setLibraryAvailable("/lib", false);
+    EXPECT_FALSE(_db.userData(kick)->libraryAvailable); // still found while offline
+    EXPECT_EQ(_db.userData(kick + outside + snare), std::nullopt);
+
+    _raw.exec("DROP TABLE playlist_items"); // a lookup never throws for SQLite errors
+    EXPECT_EQ(_db.userData(kick), std::nullopt);
+}
+
 } // namespace

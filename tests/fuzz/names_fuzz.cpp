@@ -1,6 +1,7 @@
 // Any byte string as a sample name: the name parsers must not crash, and their results
 // must stay inside their vocabularies (tempo 50..399, a well-formed key or "None", a
 // canonical instrument or ""). The bytes up to the first '/' also serve as a folder.
+#include "inference/metadata_explanation.h"
 #include "inference/metadata_parser.h"
 
 #include <array>
@@ -52,9 +53,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // A path made of the bytes: the pipeline must survive empty, "..", separators and NULs.
     const std::string folder = text.substr(0, text.find('/'));
-    const auto sample = parser.parse(std::filesystem::path("/qv-fuzz-missing") / folder / (text + ".wav"),
-                                     "/qv-fuzz-missing", std::nullopt);
+    const std::filesystem::path path = std::filesystem::path("/qv-fuzz-missing") / folder / (text + ".wav");
+    const auto sample = parser.parse(path, "/qv-fuzz-missing", std::nullopt);
     require(std::regex_match(sample.musicalKey, keyShape));
     require(sample.genre.empty() == sample.genres.empty());
+
+    // The explanation cuts words out of the names by position: it must stay inside them
+    // and agree with the record.
+    const auto why = qv::explainMetadata(parser, path, "/qv-fuzz-missing", std::nullopt);
+    require(why.classification.type == sample.type);
+    require((why.tempo ? std::optional(why.tempo->bpm) : std::nullopt) == sample.bpm);
+    require((why.key ? why.key->key : "None") == sample.musicalKey);
+    require(why.genres.size() == sample.genres.size());
+    if (why.instrument) require(why.instrument->from.word.find(why.instrument->from.token) != std::string::npos);
     return 0;
 }
