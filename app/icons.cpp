@@ -103,6 +103,23 @@ QPixmap drawn(const QString& name, const QColor& color)
             const double x = 4.5 + i * 2.9;
             p.drawLine(QPointF(x, 16 - heights[i] / 2), QPointF(x, 16 + heights[i] / 2));
         }
+    } else if (name == QLatin1String("drive-harddisk")) {
+        p.setBrush(Qt::NoBrush);
+        p.drawRoundedRect(QRectF(4, 9, 24, 14), 3, 3);
+        p.setBrush(color);
+        p.drawEllipse(QPointF(22, 16), 1.6, 1.6);
+    } else if (name == QLatin1String("view-media-playlist")) {
+        p.drawLine(QPointF(5, 9), QPointF(19, 9));
+        p.drawLine(QPointF(5, 15), QPointF(19, 15));
+        p.drawLine(QPointF(5, 21), QPointF(13, 21));
+        p.drawLine(QPointF(24, 10), QPointF(24, 22));
+        p.drawEllipse(QPointF(21.5, 23), 2.8, 2.4);
+    } else if (name == QLatin1String("help-about")) {
+        p.setBrush(Qt::NoBrush);
+        p.drawEllipse(QRectF(4, 4, 24, 24));
+        p.setBrush(color);
+        p.drawEllipse(QPointF(16, 10.5), 1.7, 1.7);
+        p.drawLine(QPointF(16, 15), QPointF(16, 22.5));
     } else {
         p.setBrush(Qt::NoBrush);
         p.drawEllipse(QRectF(9, 9, 14, 14));

@@ -2,6 +2,7 @@
 
 #include "filter_chips.h"
 #include "icons.h"
+#include "inspector.h"
 #include "player_panel.h"
 #include "results_view.h"
 #include "sidebar_logic.h"
@@ -121,7 +122,7 @@ QVMainWindow::QVMainWindow(const qv::WindowTheme& theme, qv::WaveformQueue& wave
     _outerLayout = new QVBoxLayout(root);
     _outerLayout->setContentsMargins(0, 0, 0, 0);
     _outerLayout->setSpacing(0);
-    auto* body = new QHBoxLayout;
+    auto* body = _body = new QHBoxLayout;
     body->setSpacing(0);
     _outerLayout->addLayout(body, 1);
 
@@ -347,6 +348,13 @@ void QVMainWindow::buildResultsHeader()
     }
     row->addStretch(1);
     row->addWidget(paginationGroup);
+    inspectorToggle = new QToolButton(_headerRow);
+    inspectorToggle->setIcon(qv::symbolIcon(QStringLiteral("help-about"), _theme.mutedText));
+    inspectorToggle->setCheckable(true);
+    inspectorToggle->setAutoRaise(true);
+    inspectorToggle->setFocusPolicy(Qt::NoFocus);
+    inspectorToggle->setToolTip(QStringLiteral("Show the inspector: where a sample is and why it is what it is (Ctrl+I)"));
+    row->addWidget(inspectorToggle);
     _mainLayout->addWidget(_headerRow);
 }
 
@@ -407,6 +415,12 @@ void QVMainWindow::setPlayerPanel(QVPlayerPanel* panel)
     player = panel;
     panel->setParent(centralWidget());
     _outerLayout->addWidget(panel);
+}
+
+void QVMainWindow::setInspector(QVInspector* panel)
+{
+    inspector = panel;
+    _body->addWidget(panel);
 }
 
 void QVMainWindow::setEmptyStateVisible(bool visible)

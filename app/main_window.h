@@ -22,6 +22,8 @@ class QVBreadcrumbBar;
 class QVFolderTreeView;
 class QVPlaylistList;
 class QVFilterBar;
+class QHBoxLayout;
+class QVInspector;
 class QVPlayerPanel;
 class QVResultsView;
 class QVBoxLayout;
@@ -46,6 +48,7 @@ public:
     void buildEmptyState();
     void buildDiscoveryArea();
     void setPlayerPanel(QVPlayerPanel* panel);
+    void setInspector(QVInspector* panel); // at the right of the results
 
     void setEmptyStateVisible(bool visible);
     bool emptyStateVisible() const;
@@ -85,6 +88,8 @@ public:
     QPushButton* emptyAddButton = nullptr;
     QWidget* discovery = nullptr;
     QVPlayerPanel* player = nullptr;
+    QVInspector* inspector = nullptr;
+    QToolButton* inspectorToggle = nullptr;
 
 signals:
     void foldersDropped(const QList<QUrl>& urls);
@@ -107,6 +112,7 @@ private:
     QVBoxLayout* _sidebarLayout = nullptr;
     QVBoxLayout* _mainLayout = nullptr;
     QVBoxLayout* _outerLayout = nullptr;
+    QHBoxLayout* _body = nullptr;
     QStackedWidget* _resultsStack = nullptr;
     QWidget* _filtersRow = nullptr;
     QWidget* _headerRow = nullptr;

@@ -6,6 +6,8 @@
 #include "context_menus.h"
 #include "desktop_actions.h"
 #include "edit_commands.h"
+#include "inspector.h"
+#include "inspector_room.h"
 #include "filters.h"
 #include "key_router.h"
 #include "main_window.h"
@@ -75,6 +77,7 @@ QVController::~QVController()
         QVPlayheadDiagnostics::shared().waitForWrites();
         std::_Exit(0);
     }
+    delete _inspector;
     delete _menus;
     delete _edits;
     delete _keys;
@@ -128,10 +131,12 @@ void QVController::applicationDidFinishLaunching()
     _window->buildResultsTable();
     _window->buildEmptyState();
     _window->buildDiscoveryArea();
+    _window->setInspector(new QVInspector(theme));
     step("panels");
 
     wireRooms();
     wireEdits();
+    wireInspector();
 
     // 18. The waveform notifications.
     qv::WaveformNotifier& notifier = _waveforms.notifier();
@@ -382,6 +387,7 @@ void QVController::wireEdits()
         if (row >= 0 && row < static_cast<int>(_state.rows.size())) {
             _window->table->updateSample(row, _state.rows[static_cast<std::size_t>(row)]);
         }
+        _inspector->selectionChanged();
     };
     hooks.reloadPlaylists = [this] {
         _sidebar->reloadPlaylists();
@@ -436,6 +442,16 @@ void QVController::wireEdits()
             _menus->popup(_menus->favoritesMenu(_window.get()), button->mapToGlobal(at));
         });
     }
+}
+
+void QVController::wireInspector()
+{
+    QVMainWindow& w = *_window;
+    _inspector = new QVInspectorRoom(*_database, _state, w);
+    connect(w.table, &QVResultsView::selectionChanged, _inspector, &QVInspectorRoom::selectionChanged);
+    connect(w.inspector, &QVInspector::showInFolderRequested, this, &showInFileManager);
+    connect(w.inspector, &QVInspector::revealFolderRequested, _sidebar,
+            [this](const QString& folder) { _sidebar->navigateToFolderPath(folder, true); });
 }
 
 void QVController::recordNavigationEvent(const char* event)

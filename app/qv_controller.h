@@ -22,6 +22,7 @@ class QVAudioWarmup;
 class QVContextMenus;
 class QVEditCommands;
 class QVFilters;
+class QVInspectorRoom;
 class QVKeyRouter;
 class QVMainWindow;
 class QVPlayback;
@@ -62,6 +63,7 @@ public:
     QVSidebar* sidebar() const { return _sidebar; }
     QVEditCommands* edits() const { return _edits; }
     QVContextMenus* menus() const { return _menus; }
+    QVInspectorRoom* inspector() const { return _inspector; }
     // Tests answer the questions instead of a person.
     void setAlerts(std::unique_ptr<QVAlerts> alerts);
     QVFilters* filters() const { return _filters; }
@@ -79,6 +81,7 @@ private:
     void reloadSidebars();
     void wireRooms();
     void wireEdits();
+    void wireInspector();
     void recordNavigationEvent(const char* event);
     void step(const char* name);
 
@@ -96,6 +99,7 @@ private:
     QVAudioWarmup* _warmup = nullptr;
     QVEditCommands* _edits = nullptr;
     QVContextMenus* _menus = nullptr;
+    QVInspectorRoom* _inspector = nullptr;
     std::unique_ptr<QVReplaceableAlerts> _alerts;
     QSize _contentSize;
     bool _didRestoreLaunchLocation = false;

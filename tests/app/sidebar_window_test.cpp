@@ -3,6 +3,8 @@
 // a playlist are added without disturbing the audition, and the launch location opens
 // at the first activation (or is forgotten when its folder went away).
 #include "edit_commands.h"
+#include "inspector.h"
+#include "inspector_room.h"
 #include "main_window.h"
 #include "playback.h"
 #include "qv_controller.h"
@@ -164,6 +166,25 @@ TEST_F(SidebarWindowTest, TheLaunchFolderOpensAtFirstActivationAndAVanishedOneIs
     EXPECT_EQ(state().folderScope, "");
     EXPECT_EQ(state().rows.size(), 9u);
     EXPECT_FALSE(QSettings().contains(QLatin1String(qv::kLaunchLocationKindKey)));
+}
+
+TEST_F(SidebarWindowTest, TheInspectorFollowsTheSelectionAndRevealsTheSampleFolder)
+{
+    launch();
+    QVInspectorRoom& room = *controller->inspector();
+    room.setVisible(true);
+    window().table->selectOnly(5);
+    const qv::Sample chosen = state().rows[5];
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window().inspector->sampleId() == chosen.id; }));
+    window().table->clearSelection();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window().inspector->sampleId(); }));
+
+    const QString folder = QString::fromStdString(fs::path(chosen.path).parent_path().string());
+    emit window().inspector->revealFolderRequested(folder);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().folderScope == folder.toStdString(); }));
+    EXPECT_EQ(window().folderTree->selectedItems().value(0)->data(0, Qt::UserRole).toString(), folder);
+    room.setVisible(false);
+    EXPECT_FALSE(QSettings().value(QLatin1String(qv::kInspectorVisibleKey)).toBool());
 }
 
 } // namespace
