@@ -79,8 +79,6 @@ QPushButton#header:hover { color: white; }
 QTreeWidget, QListWidget { background: transparent; border: none; }
 QTreeWidget::item, QListWidget::item { padding: 3px 2px; border-radius: 5px; }
 QTreeWidget::item:selected, QListWidget::item:selected { background: %1; color: white; }
-QTreeWidget { show-decoration-selected: 0; }
-QTreeWidget::branch:selected { background: transparent; }
 QWidget#discovery { background: %2; border-radius: 10px; }
 QLabel#discoveryTitle { font-weight: 700; }
 QLabel#emptyTitle { font-size: 26px; font-weight: 800; letter-spacing: 4px; }
@@ -427,6 +425,8 @@ void QVMainWindow::setEmptyStateVisible(bool visible)
 {
     _resultsStack->setCurrentWidget(visible ? empty : static_cast<QWidget*>(table));
     _headerRow->setVisible(!visible);
+    // Before the first folder there is nothing to inspect; the panel comes back with it.
+    if (inspector) inspector->setVisible(!visible && inspectorToggle->isChecked());
 }
 
 bool QVMainWindow::emptyStateVisible() const

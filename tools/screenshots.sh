@@ -104,5 +104,15 @@ QVLaunchFolderPath=$folder
 EOF_CONF
 start_app
 shot 08-folder-at-launch
+# The library's own menu, on the first row of the folder tree.
+xdotool mousemove $((X + 110)) $((Y + 289)) click 3
+sleep 0.6
+shot 09-library-menu
+xdotool key Escape
+# The instruments of this folder, in the chip's suggestion list.
+click_at 322 148
+sleep 0.8
+shot 10-instrument-suggestions
+xdotool key Escape
 quit_app
 echo "screenshots: done, in $out"
