@@ -43,7 +43,7 @@ void QVSidebar::reloadSidebars()
 {
     // The distinct folders, not every sample's path: a million paths would hold up the
     // window for seconds.
-    _window.folderTree->setTree(qv::buildFolderTree(_database.indexedPaths()));
+    _window.folderTree->setTree(qv::buildFolderTree(_database.indexedFolders()));
     reloadPlaylists();
     syncButtons();
     updateBreadcrumb();

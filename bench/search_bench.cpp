@@ -8,12 +8,15 @@
 // when paging or re-sorting). Before timing, both plans must agree on the count, the
 // page and the position. Also times the filter value lists under a folder scope, the
 // quick filters' two lists in each kind of place, the one-time build of the support
-// indexes and the size per sample.
+// indexes and the size per sample, and the sidebar's folder tree from every sample
+// path against the one from the folder table (with --drop-caches also once from an
+// emptied file cache; needs root).
 //
-//   search_bench [--db FILE] [--records N] [--reps N] [--only TEXT]
+//   search_bench [--db FILE] [--records N] [--reps N] [--only TEXT] [--drop-caches]
 //
 // The database is generated once (without audio) and reused: by default
 // bench-data/search-<N>.db next to this executable.
+#include "browse/folder_tree.h"
 #include "database_access.h"
 #include "database_filler.h"
 #include "db/database.h"
@@ -28,10 +31,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -43,6 +49,7 @@ struct Options {
     std::uint64_t records = 1000000;
     int reps = 10;
     std::string only; // run just the cases whose name contains this
+    bool dropCaches = false;
 };
 
 struct Case {
@@ -99,6 +106,7 @@ Options parse(int argc, char** argv)
         else if (arg == "--records") options.records = std::stoull(value());
         else if (arg == "--reps") options.reps = std::max(1, std::stoi(value()));
         else if (arg == "--only") options.only = value();
+        else if (arg == "--drop-caches") options.dropCaches = true;
         else throw std::runtime_error("unknown argument " + arg);
     }
     if (options.db.empty()) {
@@ -152,6 +160,79 @@ std::string scalarText(sqlite3* raw, const char* sql)
     }
     sqlite3_finalize(st);
     return text;
+}
+
+bool sameTree(const qv::FolderNode& a, const qv::FolderNode& b)
+{
+    return a.name == b.name && a.path == b.path
+        && std::equal(a.children.begin(), a.children.end(), b.children.begin(), b.children.end(), sameTree);
+}
+
+std::size_t nodesOf(const qv::FolderNode& node)
+{
+    std::size_t count = 1;
+    for (const auto& child : node.children) count += nodesOf(child);
+    return count;
+}
+
+void dropFileCache()
+{
+    ::sync();
+    std::ofstream drop("/proc/sys/vm/drop_caches");
+    drop << "3\n";
+    if (!drop.flush()) throw std::runtime_error("cannot empty the file cache (needs root)");
+}
+
+// What the sidebar reads at start: the tree from every sample path, and from the folder
+// table. Only what the window waits for is timed: the tree it keeps is released outside
+// the timing. The folder table goes first, before a million rows of paths have churned
+// the heap and the file cache. The table is also filled anew once, as opening an older
+// file does.
+void folderTree(const Options& options, qv::Database& db)
+{
+    using Build = qv::FolderNode (*)(qv::Database&);
+    const Build fromPaths = [](qv::Database& d) { return qv::buildFolderTree(d.indexedPaths()); };
+    const Build fromFolders = [](qv::Database& d) { return qv::buildFolderTree(d.indexedFolders()); };
+    qv::DatabaseTestAccess::exec(db, "PRAGMA wal_checkpoint(TRUNCATE)");
+
+    qv::FolderNode kept;
+    const auto release = [&] { kept = {}; };
+    const Stats folders = measure(options.reps, [&] { kept = fromFolders(db); }, release);
+    std::vector<qv::IndexedFolder> rows;
+    const Stats listing = measure(options.reps, [&] { rows = db.indexedFolders(); }, [&] { rows = {}; });
+    const Stats building = measure(options.reps, [&] { kept = qv::buildFolderTree(rows); }, release);
+    const qv::FolderNode tree = fromPaths(db);
+    if (!sameTree(tree, kept)) throw std::runtime_error("the folder trees differ");
+    const Stats paths = measure(options.reps, [&] { kept = fromPaths(db); }, release);
+    std::printf("\nsidebar folder tree: %zu nodes from %zu folders of %zu samples\n", nodesOf(tree), rows.size(),
+                db.indexedPaths().size());
+    std::printf("%-34s %9s %9s\n", "warm, ms", "p50", "p95");
+    std::printf("%-34s %9.1f %9.1f\n", "indexedPaths + buildFolderTree", paths.p50, paths.p95);
+    std::printf("%-34s %9.1f %9.1f   %.0fx\n", "indexedFolders + buildFolderTree", folders.p50, folders.p95,
+                paths.p95 / std::max(folders.p95, 0.01));
+    std::printf("%-34s %9.1f %9.1f\n", "  of which indexedFolders", listing.p50, listing.p95);
+    std::printf("%-34s %9.1f %9.1f\n", "  of which buildFolderTree", building.p50, building.p95);
+
+    if (options.dropCaches) {
+        for (const auto& [name, build] : {std::pair{"indexedFolders + buildFolderTree", fromFolders},
+                                          std::pair{"indexedPaths + buildFolderTree", fromPaths}}) {
+            release();
+            dropFileCache();
+            double treeMs = 0;
+            const double total = millisecondsOf([&] {
+                qv::Database cold(options.db);
+                treeMs = millisecondsOf([&] { kept = build(cold); });
+            });
+            std::printf("cold (file cache emptied): %-34s %7.1f ms, with the open %7.1f ms\n", name, treeMs, total);
+        }
+    }
+
+    sqlite3* raw = nullptr;
+    sqlite3_open(options.db.c_str(), &raw);
+    sqlite3_exec(raw, "DROP TABLE sample_folders", nullptr, nullptr, nullptr);
+    sqlite3_close(raw);
+    std::printf("folder table filled at open, as for an older file: %.0f ms\n",
+                millisecondsOf([&] { qv::Database reopened(options.db); }));
 }
 
 std::vector<Case> cases(qv::Database& db, sqlite3* raw)
@@ -248,6 +329,8 @@ int main(int argc, char** argv)
             std::printf("first ranked search after open: %.1f ms (reads the name order)\n",
                         millisecondsOf([&] { db.search(ranked); }));
         }
+        folderTree(options, db);
+
         std::printf("\nms for count + first page of 50 (+ matchingIndex when sorted); reference = SQL as written, "
                     "indexed cold = nothing cached, warm = count cached\n\n");
         std::printf("%-24s %8s | %9s %9s | %8s %8s | %7s | %8s | %s\n", "query", "matches", "ref p50", "ref p95",

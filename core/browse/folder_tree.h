@@ -1,5 +1,6 @@
-// The folder tree of the sidebar, built from every indexed sample's path. Pure: no
-// database, no toolkit, so it is testable on its own.
+// The folder tree of the sidebar, built from every indexed sample's path or, the same
+// tree, from the folders that hold them. Pure: no database, no toolkit, so it is
+// testable on its own.
 #pragma once
 
 #include "db/database.h"
@@ -19,5 +20,7 @@ struct FolderNode {
 // No library: a root named "SAMPLE" without children. One library: that library's tree.
 // Several: an unnamed root with one child per library, in path order.
 FolderNode buildFolderTree(const std::vector<IndexedPath>& paths);
+// The same tree from Database::indexedFolders(), which reads far fewer rows.
+FolderNode buildFolderTree(const std::vector<IndexedFolder>& folders);
 
 } // namespace qv

@@ -289,6 +289,29 @@ std::vector<IndexedPath> Database::indexedPaths() const
     return result;
 }
 
+std::vector<IndexedFolder> Database::indexedFolders() const
+{
+    const auto lock = settledLock();
+    std::vector<IndexedFolder> result;
+    try {
+        // Libraries outermost, so that each label is looked up once rather than per folder.
+        Statement st(*_connection, "SELECT l.path,f.folder,coalesce(m.value,'') FROM libraries l LEFT JOIN "
+                                   "app_metadata m ON m.key=?||l.id CROSS JOIN "
+                                       + std::string(schema::kFolderTable)
+                                       + " f WHERE f.library_id=l.id ORDER BY l.path,f.folder");
+        st.bind(1, schema::kLibraryLabelKey);
+        while (st.step()) {
+            // Stored with its trailing '/'; the root keeps its only one.
+            std::string folder = st.columnText(1);
+            if (folder.size() > 1) folder.pop_back();
+            result.push_back({st.columnText(0), std::move(folder), st.columnText(2)});
+        }
+    } catch (const SqliteError&) {
+        // A listing returns what it could read.
+    }
+    return result;
+}
+
 bool Database::hasSample(std::int64_t sampleId) const
 {
     const auto lock = settledLock();

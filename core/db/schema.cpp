@@ -87,6 +87,59 @@ const std::vector<SupportObject>& supportTriggers()
 
 namespace {
 
+// Whether a samples row, "new" or "old" in a trigger, is counted in the folder table.
+std::string counted(const std::string& row)
+{
+    return "substr(" + row + ".filename,1,2)<>'._' AND " + row + ".library_id IS NOT NULL";
+}
+
+std::string folderOf(const std::string& row)
+{
+    return "rtrim(" + row + ".path,replace(" + row + ".path,'/',''))";
+}
+
+std::string countNew()
+{
+    return "INSERT INTO sample_folders(library_id,folder,visible_samples) SELECT new.library_id," + folderOf("new")
+        + ",1 WHERE " + counted("new")
+        + " ON CONFLICT(library_id,folder) DO UPDATE SET visible_samples=visible_samples+1;";
+}
+
+// A folder goes with its last sample.
+std::string uncountOld()
+{
+    const std::string key = "library_id=old.library_id AND folder=" + folderOf("old");
+    return "UPDATE sample_folders SET visible_samples=visible_samples-1 WHERE " + key + " AND " + counted("old")
+        + "; DELETE FROM sample_folders WHERE " + key + " AND visible_samples<=0;";
+}
+
+} // namespace
+
+const SupportObject& folderTable()
+{
+    static const SupportObject table = {
+        kFolderTable, "CREATE TABLE sample_folders(library_id INTEGER NOT NULL,folder TEXT NOT NULL,visible_samples "
+                      "INTEGER NOT NULL,PRIMARY KEY(library_id,folder)) WITHOUT ROWID"};
+    return table;
+}
+
+const std::vector<SupportObject>& folderTriggers()
+{
+    // A scan pays one lookup in this small table per new file; a rescan's upsert names
+    // the columns but changes none of them, so its update does nothing here.
+    static const std::vector<SupportObject> triggers = {
+        {"sample_folders_ai", "CREATE TRIGGER sample_folders_ai AFTER INSERT ON samples BEGIN " + countNew() + " END"},
+        {"sample_folders_ad", "CREATE TRIGGER sample_folders_ad AFTER DELETE ON samples BEGIN " + uncountOld() + " END"},
+        {"sample_folders_au",
+         "CREATE TRIGGER sample_folders_au AFTER UPDATE OF path,filename,library_id ON samples WHEN old.path IS NOT "
+         "new.path OR old.filename IS NOT new.filename OR old.library_id IS NOT new.library_id BEGIN "
+             + uncountOld() + " " + countNew() + " END"},
+    };
+    return triggers;
+}
+
+namespace {
+
 // Missing, or left by a release that defined it differently.
 bool current(Connection& db, const char* type, const SupportObject& object)
 {
@@ -94,6 +147,29 @@ bool current(Connection& db, const char* type, const SupportObject& object)
     st.bind(1, type);
     st.bind(2, object.name);
     return st.step() && st.columnView(0) == object.sql;
+}
+
+bool folderCountsCurrent(Connection& db)
+{
+    if (!current(db, "table", folderTable())) return false;
+    for (const SupportObject& trigger : folderTriggers()) {
+        if (!current(db, "trigger", trigger)) return false;
+    }
+    return true;
+}
+
+// The table and its triggers anew, in one transaction so that no write falls between
+// the count and the triggers that keep it.
+void refillFolderTable(Connection& db)
+{
+    Transaction transaction(db);
+    for (const SupportObject& trigger : folderTriggers()) db.exec("DROP TRIGGER IF EXISTS " + std::string(trigger.name));
+    db.exec("DROP TABLE IF EXISTS " + std::string(kFolderTable) + "; " + folderTable().sql);
+    db.exec("INSERT INTO sample_folders(library_id,folder,visible_samples) SELECT library_id,"
+            "rtrim(path,replace(path,'/','')),count(*) FROM samples WHERE "
+            + std::string(kVisibleFile) + " AND library_id IS NOT NULL GROUP BY 1,2");
+    for (const SupportObject& trigger : folderTriggers()) db.exec(trigger.sql);
+    transaction.commit();
 }
 
 } // namespace
@@ -104,15 +180,21 @@ void createSupportObjects(Connection& db, const std::function<void(int done, int
     for (const SupportObject& index : supportIndexes()) {
         if (!current(db, "index", index)) missing.push_back(&index);
     }
-    const int total = static_cast<int>(missing.size());
+    const bool refill = !folderCountsCurrent(db);
+    const int total = static_cast<int>(missing.size()) + (refill ? 1 : 0);
     // A fresh or small index builds them in an instant; only a long wait is reported.
     const bool report = progress && total > 0 && [&] {
         Statement rows(db, "SELECT count(*) FROM samples");
         return rows.step() && rows.columnInt64(0) >= kReportedIndexBuild;
     }();
-    for (int done = 0; done < total; ++done) {
-        if (report) progress(done, total);
-        db.exec("DROP INDEX IF EXISTS " + std::string(missing[done]->name) + "; " + missing[done]->sql);
+    int done = 0;
+    for (const SupportObject* index : missing) {
+        if (report) progress(done++, total);
+        db.exec("DROP INDEX IF EXISTS " + std::string(index->name) + "; " + index->sql);
+    }
+    if (refill) {
+        if (report) progress(done++, total);
+        refillFolderTable(db);
     }
     if (report) progress(total, total);
 

@@ -50,9 +50,19 @@ struct SupportObject {
 const std::vector<SupportObject>& supportIndexes();
 const std::vector<SupportObject>& supportTriggers();
 
-// Creates the support indexes that are missing or defined differently, then the
-// triggers. `progress` (done, total) is told about a build only when the table is large
-// enough for it to take a while.
+// The folders that hold visible samples, with how many each holds, so that the sidebar
+// lists folders without reading every sample's path. `folder` is the sample path up to
+// and including its last '/' ("" for a path without one); rows without a library are
+// not counted. Triggers on samples keep it exact for every connection; the table is
+// refilled whenever a trigger was missing, since writes may have gone uncounted.
+inline constexpr const char* kFolderTable = "sample_folders";
+const SupportObject& folderTable();
+const std::vector<SupportObject>& folderTriggers();
+
+// Creates the support indexes that are missing or defined differently, the triggers,
+// and fills the folder table when it or its triggers were not current. `progress`
+// (done, total) is told about a build only when the table is large enough for it to take
+// a while.
 void createSupportObjects(Connection& db, const std::function<void(int done, int total)>& progress);
 
 } // namespace schema
