@@ -19,7 +19,7 @@ using qv::SidebarButtons;
 // /lib: Drums/{Kicks/Acoustic/Dry, Snares}; /lib2 beside it, and /lib2b sharing a prefix.
 FolderNode twoLibraries()
 {
-    return qv::buildFolderTree({
+    return qv::buildFolderTree(std::vector<qv::IndexedPath>{
         {"/lib", "/lib/Drums/Kicks/Acoustic/Dry/k1.wav", "My Drums"},
         {"/lib", "/lib/Drums/Snares/s1.wav", ""},
         {"/lib2", "/lib2/Bass/b1.wav", ""},
