@@ -116,9 +116,10 @@ SearchStrategy chooseStrategy(const SearchQuery& query, const StrategyFacts& fac
 ValueList chooseValueList(const SearchQuery& query, bool fewPlaceRows)
 {
     const bool place = searchTokens(query.text).empty() && query.instrument.empty() && query.key.empty()
-        && query.genre.empty() && query.genres.empty() && !query.bpm && query.folder.empty() && !query.excludeMidi;
+        && query.genre.empty() && query.genres.empty() && !query.bpm && !query.excludeMidi;
     if (!place) return ValueList::Scan;
-    return (query.favoritesOnly || query.playlistId) && fewPlaceRows ? ValueList::Scan : ValueList::Probe;
+    const bool members = query.favoritesOnly || query.playlistId || !query.folder.empty();
+    return members && fewPlaceRows ? ValueList::Scan : ValueList::Probe;
 }
 
 std::string describe(const SearchStrategy& strategy)

@@ -1,7 +1,7 @@
 // Filter value lists: the distinct values of a field among a query's matches, in the
-// written statement's order (case-blind, then by byte). A place alone (type,
-// favourites, playlist) holds hundreds of thousands of rows but tens of values, so its
-// list is probed value by value instead of read row by row (search_strategy.h).
+// written statement's order (case-blind, then by byte). A place alone (type, folder,
+// favourites, playlist) holds up to a million rows but tens of values, so its list is
+// probed value by value instead of read row by row (search_strategy.h).
 #include "search/indexed_plan.h"
 
 #include "db/schema.h"
@@ -124,10 +124,14 @@ private:
 
 enum class Met { Yes, No, OverBudget };
 
-// Whether every list holds one id that the count does not leave out: each list in turn
-// seeks the highest id seen so far (a leapfrog join), so that runs of ids one list lacks
-// are passed in one lookup, and so are left-out id ranges, such as an offline drive's.
-Met meet(const std::vector<IdCursor*>& lists, const ExcludedRows& excluded, std::int64_t& seeks)
+// Whether the row ?1 lies below the folder ?2, as appendIndexedPredicate writes it.
+constexpr const char* kInFolder = "SELECT 1 FROM samples WHERE id=?1 AND path>=?2||'/' AND path<?2||'0'";
+
+// Whether every list holds one id that the count does not leave out (and, with
+// `inFolder`, whose row lies in the folder): each list in turn seeks the highest id seen
+// so far (a leapfrog join), so that runs of ids one list lacks are passed in one lookup,
+// and so are left-out id ranges, such as an offline drive's.
+Met meet(const std::vector<IdCursor*>& lists, const ExcludedRows& excluded, Statement* inFolder, std::int64_t& seeks)
 {
     constexpr std::int64_t kLast = std::numeric_limits<std::int64_t>::max();
     std::int64_t at = std::numeric_limits<std::int64_t>::min();
@@ -148,7 +152,12 @@ Met meet(const std::vector<IdCursor*>& lists, const ExcludedRows& excluded, std:
             }
         }
         if (agreed == lists.size()) {
-            if (!excluded.excludes(at)) return Met::Yes;
+            if (!excluded.excludes(at)) {
+                if (!inFolder) return Met::Yes;
+                inFolder->reset();
+                inFolder->bind(1, at);
+                if (inFolder->step()) return Met::Yes;
+            }
             if (at == kLast) return Met::No;
             ++at;
             agreed = 0;
@@ -200,10 +209,19 @@ bool IndexedPlan::fewPlaceRows(const SearchQuery& query)
         Statement st(_db, rows + " LIMIT 1 OFFSET " + sqlNumber(kScannedPlaceRows));
         return !st.step();
     };
-    return (query.favoritesOnly
-            && few(std::string("SELECT 1 FROM samples INDEXED BY ") + schema::kFavoriteIndex + " WHERE favorite=1"))
-        || (query.playlistId
-            && few("SELECT 1 FROM playlist_items WHERE playlist_id=" + sqlNumber(*query.playlistId)));
+    if (query.favoritesOnly
+        && few(std::string("SELECT 1 FROM samples INDEXED BY ") + schema::kFavoriteIndex + " WHERE favorite=1")) {
+        return true;
+    }
+    if (query.playlistId && few("SELECT 1 FROM playlist_items WHERE playlist_id=" + sqlNumber(*query.playlistId))) {
+        return true;
+    }
+    if (query.folder.empty()) return false;
+    // The folder is a value: bound, not written into the statement.
+    Statement rows(_db, "SELECT 1 FROM samples WHERE path>=?1||'/' AND path<?1||'0' LIMIT 1 OFFSET "
+                            + sqlNumber(kScannedPlaceRows));
+    rows.bind(1, query.folder);
+    return !rows.step();
 }
 
 std::vector<std::string> IndexedPlan::scannedValues(const FilterColumn& column, const SearchQuery& query)
@@ -266,7 +284,13 @@ std::optional<std::vector<std::string>> IndexedPlan::probedValues(const FilterCo
         "SELECT sample_id FROM playlist_items WHERE playlist_id=?2 AND sample_id>=?1 ORDER BY sample_id LIMIT 1";
     std::optional<IdCursor> valueRows, typeIds, favoriteIds, playlistIds;
     std::vector<IdCursor*> lists;
-    const bool member = query.favoritesOnly || query.playlistId;
+    // A folder's rows are not in id order: each row the other lists agree on is looked up.
+    std::optional<Statement> inFolder;
+    if (!query.folder.empty()) {
+        inFolder.emplace(_db, _statements, kInFolder);
+        inFolder->bind(2, query.folder);
+    }
+    const bool member = query.favoritesOnly || query.playlistId || inFolder;
     // A visible instrument of any type, with every library online, is counted.
     const bool unchecked = !field.typedIndex && !field.typedRows.empty() && !typed && offline.empty();
     if (member || (!field.typedIndex && !unchecked)) {
@@ -297,7 +321,7 @@ std::optional<std::vector<std::string>> IndexedPlan::probedValues(const FilterCo
         }
         if (!lists.empty()) {
             valueRows->select(value);
-            const Met met = meet(lists, *excluded, seeks);
+            const Met met = meet(lists, *excluded, inFolder ? &*inFolder : nullptr, seeks);
             if (met == Met::OverBudget) return std::nullopt;
             if (met == Met::No) continue;
         }

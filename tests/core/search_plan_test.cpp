@@ -356,10 +356,11 @@ TEST_F(SearchPlanTest, FilterValueListsAreTheSameUnderRandomQueries)
     }
 }
 
-// A place's lists (every sample, a type, many favourites or playlist members) are probed
-// value by value rather than read row by row. Values held only by hidden rows, an
-// offline library's, rows without a library or rows of another type must still be left
-// out, around writes by either connection and a library going offline and back.
+// A place's lists (every sample, a type, a large folder, many favourites or playlist
+// members) are probed value by value rather than read row by row. Values held only by
+// hidden rows, an offline library's, rows without a library, rows of another type or
+// outside the folder must still be left out, around writes by either connection and a
+// library going offline and back.
 TEST_F(SearchPlanTest, PlaceValueListsAreProbedAndMatchTheReference)
 {
     const std::string online = std::to_string(_raw.integer("SELECT min(id) FROM libraries"));
@@ -395,6 +396,8 @@ TEST_F(SearchPlanTest, PlaceValueListsAreProbedAndMatchTheReference)
         {.playlistId = crate},
         {.type = "Loop", .playlistId = crate},
         {.playlistId = crate, .favoritesOnly = true},
+        {.folder = "/crate"},
+        {.type = "Loop", .folder = "/crate", .favoritesOnly = true},
     };
     const auto compareAll = [&] {
         for (const SearchQuery& q : places) {

@@ -55,8 +55,8 @@ TEST(SearchStrategy, ChoosesByTheQueryAndWhatThePlanKnows)
     }
 }
 
-// A place alone is probed value by value, unless its favourites or playlist are few;
-// any other filter, the text or a folder reads the matches row by row.
+// A place alone is probed value by value, unless its favourites, playlist or folder
+// hold few rows; any other filter or the text reads the matches row by row.
 TEST(SearchStrategy, ProbesTheValueListsOfAPlaceOfManyRows)
 {
     using qv::ValueList;
@@ -77,7 +77,8 @@ TEST(SearchStrategy, ProbesTheValueListsOfAPlaceOfManyRows)
         {{.key = "Am"}, false, ValueList::Scan},
         {{.genre = "House"}, false, ValueList::Scan},
         {{.genres = {"House"}}, false, ValueList::Scan},
-        {{.folder = "/lib"}, false, ValueList::Scan},
+        {{.folder = "/lib"}, false, ValueList::Probe},
+        {{.folder = "/lib"}, true, ValueList::Scan},
         {{.bpm = 120}, false, ValueList::Scan},
         {{.excludeMidi = true}, false, ValueList::Scan},
     };
