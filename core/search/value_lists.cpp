@@ -266,8 +266,8 @@ std::optional<std::vector<std::string>> IndexedPlan::probedValues(const FilterCo
     }
 
     // Whether a counted row of the place holds a value: a row of the value, and type,
-    // that the count does not leave out; in a favourites or playlist place, where the
-    // value's rows meet the place's in id order.
+    // that the count does not leave out; in a favourites, playlist or folder place, where
+    // the value's rows meet the place's in id order.
     const std::string& offline = state().offline;
     const bool typed = !query.type.empty();
     std::optional<Statement> counted;
