@@ -7,15 +7,16 @@
 // cached, as after any write or for a new search text) and warm (its count kept, as
 // when paging or re-sorting). Before timing, both plans must agree on the count, the
 // page and the position. Also times the filter value lists under a folder scope, the
-// quick filters' two lists in each kind of place, the one-time build of the support
-// indexes and the size per sample, and the sidebar's folder tree from every sample
-// path against the one from the folder table (with --drop-caches also once from an
-// emptied file cache; needs root).
+// lists a chip or the quick filters read in each kind of place (checked once against
+// the reference plan), the one-time build of the support indexes and the size per
+// sample, and the sidebar's folder tree from every sample path against the one from
+// the folder table (with --drop-caches also once from an emptied file cache; needs root).
 //
-//   search_bench [--db FILE] [--records N] [--reps N] [--only TEXT] [--drop-caches]
+//   search_bench [--db FILE] [--records N] [--seed N] [--reps N] [--only TEXT]
+//                [--values-only] [--drop-caches]
 //
 // The database is generated once (without audio) and reused: by default
-// bench-data/search-<N>.db next to this executable.
+// bench-data/search-<N>.db next to this executable (search-<N>-seed<S>.db for another seed).
 #include "browse/folder_tree.h"
 #include "database_access.h"
 #include "database_filler.h"
@@ -47,8 +48,10 @@ using Clock = std::chrono::steady_clock;
 struct Options {
     fs::path db;
     std::uint64_t records = 1000000;
+    std::uint64_t seed = 1;
     int reps = 10;
-    std::string only; // run just the cases whose name contains this
+    std::string only; // run just the cases and places whose name contains this
+    bool valuesOnly = false; // just the value lists per place
     bool dropCaches = false;
 };
 
@@ -104,14 +107,17 @@ Options parse(int argc, char** argv)
         };
         if (arg == "--db") options.db = value();
         else if (arg == "--records") options.records = std::stoull(value());
+        else if (arg == "--seed") options.seed = std::stoull(value());
         else if (arg == "--reps") options.reps = std::max(1, std::stoi(value()));
         else if (arg == "--only") options.only = value();
         else if (arg == "--drop-caches") options.dropCaches = true;
+        else if (arg == "--values-only") options.valuesOnly = true;
         else throw std::runtime_error("unknown argument " + arg);
     }
     if (options.db.empty()) {
         options.db = fs::canonical("/proc/self/exe").parent_path() / "bench-data"
-            / ("search-" + std::to_string(options.records) + ".db");
+            / ("search-" + std::to_string(options.records)
+               + (options.seed == 1 ? std::string() : "-seed" + std::to_string(options.seed)) + ".db");
     }
     return options;
 }
@@ -128,7 +134,7 @@ void ensureDatabase(const Options& options)
     std::fflush(stdout);
     const double ms = millisecondsOf([&] {
         qv::Database db(partial);
-        qv::testkit::fillDatabase(db, options.records, 1);
+        qv::testkit::fillDatabase(db, options.records, options.seed);
         qv::DatabaseTestAccess::exec(db, "PRAGMA wal_checkpoint(TRUNCATE)");
     });
     fs::rename(partial, options.db);
@@ -292,7 +298,7 @@ int main(int argc, char** argv)
             std::vector<std::string> drops;
             sqlite3_stmt* st = nullptr;
             sqlite3_prepare_v2(setup, "SELECT name FROM sqlite_schema WHERE type='index' AND (name LIKE "
-                               "'idx_samples_visible_%' OR name='idx_samples_hidden')", -1, &st, nullptr);
+                               "'idx_samples_visible_%' OR name IN ('idx_samples_hidden','idx_sample_genres_value'))", -1, &st, nullptr);
             while (sqlite3_step(st) == SQLITE_ROW) {
                 drops.push_back("DROP INDEX " + std::string(reinterpret_cast<const char*>(sqlite3_column_text(st, 0))));
             }
@@ -336,7 +342,7 @@ int main(int argc, char** argv)
         std::printf("%-24s %8s | %9s %9s | %8s %8s | %7s | %8s | %s\n", "query", "matches", "ref p50", "ref p95",
                     "idx p50", "idx p95", "ratio", "warm p95", "strategy");
         for (const Case& c : cases(db, raw)) {
-            if (c.name.find(options.only) == std::string::npos) continue;
+            if (options.valuesOnly || c.name.find(options.only) == std::string::npos) continue;
             const bool sorted = hasSort(c.query);
             db.setSearchPlan(qv::SearchPlan::Reference);
             const std::int64_t matches = db.countMatching(c.query);
@@ -367,8 +373,9 @@ int main(int argc, char** argv)
         }
 
         const std::string scope = cases(db, raw)[10].query.folder;
-        std::printf("\nfilter values under %s\n", scope.c_str());
+        if (!options.valuesOnly) std::printf("\nfilter values under %s\n", scope.c_str());
         for (const char* field : {"instrument", "genre", "key"}) {
+            if (options.valuesOnly) break;
             qv::SearchQuery q;
             q.folder = scope;
             db.setSearchPlan(qv::SearchPlan::Reference);
@@ -382,29 +389,59 @@ int main(int argc, char** argv)
                         reference.p95, indexed.p50, indexed.p95, reference.p95 / std::max(indexed.p95, 0.01));
         }
 
-        // The quick filters read two lists in the current place at every change of place:
-        // what that costs the GUI thread, cold (after a write) and warm.
-        std::printf("\nquick filter lists (genre + instrument) per place, indexed plan\n");
-        std::printf("%-24s %8s | %8s %8s | %8s\n", "place", "values", "cold p50", "cold p95", "warm p95");
+        // A chip reads its list when it opens, the quick filters their two lists at every
+        // change of place: what that costs, cold (after a write) and warm. Each list is
+        // first checked against the reference plan.
+        std::printf("\nfilter value lists per place, indexed plan: genre + instrument (the quick filters), key; "
+                    "reference = all three once by the reference plan\n");
+        std::printf("%-24s %8s | %8s %8s | %8s | %8s %8s | %9s | %s\n", "place", "values", "cold p50", "cold p95",
+                    "warm p95", "key p50", "key p95", "reference", "way");
         const std::vector<Case> all = cases(db, raw);
+        std::int64_t shortlist = 0;
+        for (const auto& playlist : db.playlists()) {
+            if (playlist.name == "Kick Shortlist") shortlist = playlist.id;
+        }
         const std::vector<Case> places = {
             {"all samples", {}},
             {"loops", {.type = "Loop"}},
             {"one shots", {.type = "One Shot"}},
             {"midi", {.type = "MIDI"}},
             {"favourites", {.favoritesOnly = true}},
+            {"favourite loops", {.type = "Loop", .favoritesOnly = true}},
             {"pack folder", {.folder = all[10].query.folder}},
+            {"library root folder", {.folder = "/home/producer/Music/Samples"}},
             {"large playlist", {.playlistId = all[11].query.playlistId}},
+            {"kick shortlist", {.playlistId = shortlist}},
         };
         for (const Case& place : places) {
+            if (place.name.find(options.only) == std::string::npos) continue;
+            db.setSearchPlan(qv::SearchPlan::Reference);
+            std::vector<std::vector<std::string>> expected;
+            const double referenceMs = millisecondsOf([&] {
+                for (const char* field : {"genre", "instrument", "key"}) {
+                    expected.push_back(db.distinctFilterValues(field, place.query));
+                }
+            });
+            db.setSearchPlan(qv::SearchPlan::Indexed);
             std::size_t values = 0;
+            for (const char* field : {"genre", "instrument", "key"}) {
+                if (db.distinctFilterValues(field, place.query) != expected[values++]) {
+                    throw std::runtime_error("the plans disagree on the " + std::string(field) + " list in "
+                                             + place.name);
+                }
+            }
+            values = expected[0].size() + expected[1].size();
             const auto lists = [&] {
-                values = db.distinctFilterValues("genre", place.query).size()
-                    + db.distinctFilterValues("instrument", place.query).size();
+                db.distinctFilterValues("genre", place.query);
+                db.distinctFilterValues("instrument", place.query);
             };
             const Stats cold = measure(options.reps, lists, [&] { db.setSearchPlan(qv::SearchPlan::Indexed); });
             const Stats warm = measure(options.reps, lists);
-            std::printf("%-24s %8zu | %8.1f %8.1f | %8.1f\n", place.name.c_str(), values, cold.p50, cold.p95, warm.p95);
+            const Stats key = measure(options.reps, [&] { db.distinctFilterValues("key", place.query); },
+                                      [&] { db.setSearchPlan(qv::SearchPlan::Indexed); });
+            std::printf("%-24s %8zu | %8.1f %8.1f | %8.1f | %8.1f %8.1f | %9.0f | %s\n", place.name.c_str(), values,
+                        cold.p50, cold.p95, warm.p95, key.p50, key.p95, referenceMs,
+                        db.valueListStrategy(place.query) == qv::ValueList::Probe ? "probe" : "scan");
             std::fflush(stdout);
         }
 

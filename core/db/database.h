@@ -186,6 +186,8 @@ public:
     void setSearchPlan(SearchPlan plan);
     // How the indexed plan answers the query, for tests and the benchmark to print.
     SearchStrategy searchStrategy(const SearchQuery& query) const;
+    // How the indexed plan reads a filter value list for the query, for the same.
+    ValueList valueListStrategy(const SearchQuery& query) const;
 
 private:
     friend class DatabaseTestAccess; // the test kit's bulk filler and connection probes

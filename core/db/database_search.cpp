@@ -51,6 +51,12 @@ SearchStrategy Database::searchStrategy(const SearchQuery& query) const
     return _indexed->strategy(query);
 }
 
+ValueList Database::valueListStrategy(const SearchQuery& query) const
+{
+    const auto lock = settledLock();
+    return _indexed->valueListStrategy(query);
+}
+
 void Database::setSearchPlan(SearchPlan plan)
 {
     const auto lock = settledLock();

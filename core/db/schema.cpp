@@ -52,6 +52,11 @@ const std::vector<SupportObject>& supportIndexes()
                "samples(filename COLLATE NOCASE,id,library_id) WHERE favorite=1 AND " + std::string(kVisibleFile))},
         // Hidden rows, so that the count of all visible samples is a subtraction.
         {kHiddenIndex, index(kHiddenIndex, "samples(library_id,filename) WHERE " + std::string(kHiddenFile))},
+        // Filter value lists skip from one distinct value to the next: instruments with
+        // their type, each pair's rows in id order; genres in byte order, which the
+        // case-blind genre index cannot tell apart.
+        {kVisibleInstrumentIndex, index(kVisibleInstrumentIndex, visible("instrument,type"))},
+        {kGenreValueIndex, index(kGenreValueIndex, "sample_genres(genre,sample_id)")},
     };
     return indexes;
 }

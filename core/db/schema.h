@@ -28,10 +28,14 @@ inline constexpr const char* kVisibleFile = "substr(filename,1,2)<>'._'";
 inline constexpr const char* kVisibleSample = "substr(s.filename,1,2)<>'._'"; // samples as s
 inline constexpr const char* kHiddenFile = "substr(filename,1,2)='._'";
 
-// Indexes named by INDEXED BY. The first two are the numbered schema's; the others are
+// Indexes named by INDEXED BY. The first six are the numbered schema's; the others are
 // support indexes (below).
 inline constexpr const char* kBpmIndex = "idx_samples_bpm";
 inline constexpr const char* kLibraryIndex = "idx_samples_library";
+inline constexpr const char* kTypeIndex = "idx_samples_type";
+inline constexpr const char* kInstrumentIndex = "idx_samples_instrument";
+inline constexpr const char* kKeyIndex = "idx_samples_key";
+inline constexpr const char* kFavoriteIndex = "idx_samples_favorite";
 inline constexpr const char* kRelinkIndex = "idx_samples_relink";
 inline constexpr const char* kVisibleNameIndex = "idx_samples_visible_name";
 inline constexpr const char* kVisibleDurationIndex = "idx_samples_visible_duration";
@@ -40,6 +44,8 @@ inline constexpr const char* kVisibleBpmIndex = "idx_samples_visible_bpm";
 inline constexpr const char* kVisibleKeyIndex = "idx_samples_visible_key";
 inline constexpr const char* kVisibleFavoriteIndex = "idx_samples_visible_favorite";
 inline constexpr const char* kHiddenIndex = "idx_samples_hidden";
+inline constexpr const char* kVisibleInstrumentIndex = "idx_samples_visible_instrument";
+inline constexpr const char* kGenreValueIndex = "idx_sample_genres_value";
 
 struct SupportObject {
     const char* name;

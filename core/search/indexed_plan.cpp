@@ -129,26 +129,4 @@ std::vector<Sample> IndexedPlan::page(const SearchQuery& query)
     return rows;
 }
 
-std::vector<std::string> IndexedPlan::filterValues(const FilterColumn& column, const SearchQuery& query)
-{
-    ReadTransaction snapshot(_db);
-    const std::string x = column.column;
-    std::string sql = "SELECT DISTINCT " + x + " FROM samples s " + column.join + "WHERE " + x + " IS NOT NULL AND trim("
-        + x + ")<>'' AND " + schema::kVisibleSample + qv::countScope(state().offline);
-    std::vector<std::string> params;
-    appendIndexedPredicate(query, Membership::List, sql, params, storedKeys());
-    // Values equal but for case come in byte order, as the reference's sort leaves them.
-    sql += " ORDER BY " + x + " COLLATE NOCASE, " + x;
-
-    Statement st(_db, sql);
-    bindTexts(st, params);
-    std::vector<std::string> values;
-    try {
-        while (st.step()) values.push_back(st.columnText(0));
-    } catch (const SqliteError&) {
-        // A failing step ends the list with what was read.
-    }
-    return values;
-}
-
 } // namespace qv

@@ -9,7 +9,9 @@
 // - a duration or tempo sort reads the samples that have the value, then those that do
 //   not, each in the order of its index; a tempo filter reads groups of equal distance;
 // - a page ranked by text reads the matches that can rank best first (ranked_page.cpp);
-// - a position is the number of matches ahead of the sample.
+// - a position is the number of matches ahead of the sample;
+// - a filter value list in a place skips through the field's distinct values and keeps
+//   those a counted row of the place holds (value_lists.cpp).
 // Every call runs in one read transaction, so its statements see one state of the file.
 //
 // Used by Database under its mutex; failures throw SqliteError.
@@ -47,6 +49,7 @@ public:
     std::optional<std::int64_t> position(const SearchQuery& query, std::int64_t sampleId);
     std::vector<std::string> filterValues(const FilterColumn& column, const SearchQuery& query);
     SearchStrategy strategy(const SearchQuery& query);
+    ValueList valueListStrategy(const SearchQuery& query);
     void forget(); // nothing remembered survives
 
 private:
@@ -80,6 +83,11 @@ private:
 
     // tempo_page.cpp
     std::optional<std::vector<std::int64_t>> tempoPageIds(const SearchQuery& query, bool rowText);
+
+    // value_lists.cpp
+    bool fewPlaceRows(const SearchQuery& query);
+    std::vector<std::string> scannedValues(const FilterColumn& column, const SearchQuery& query);
+    std::optional<std::vector<std::string>> probedValues(const FilterColumn& column, const SearchQuery& query);
 
     // ranked_page.cpp
     std::optional<std::vector<std::int64_t>> rankedPageIds(const SearchQuery& query,

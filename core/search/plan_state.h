@@ -19,12 +19,18 @@ struct ExcludedRows {
     std::vector<std::pair<std::int64_t, std::int64_t>> ranges; // inclusive, ascending, apart
     std::vector<std::int64_t> ids;                             // sorted, outside the ranges
 
-    bool inRanges(std::int64_t id) const
+    bool inRanges(std::int64_t id) const { return rangeEnd(id).has_value(); }
+
+    // The last id of the range that holds `id`, if one does.
+    std::optional<std::int64_t> rangeEnd(std::int64_t id) const
     {
         const auto after = std::upper_bound(ranges.begin(), ranges.end(), id,
                                             [](std::int64_t value, const auto& range) { return value < range.first; });
-        return after != ranges.begin() && id <= std::prev(after)->second;
+        if (after == ranges.begin() || id > std::prev(after)->second) return std::nullopt;
+        return std::prev(after)->second;
     }
+
+    bool excludes(std::int64_t id) const { return inRanges(id) || std::binary_search(ids.begin(), ids.end(), id); }
 };
 
 struct PlanState {

@@ -113,6 +113,15 @@ SearchStrategy chooseStrategy(const SearchQuery& query, const StrategyFacts& fac
     return s;
 }
 
+ValueList chooseValueList(const SearchQuery& query, bool fewPlaceRows)
+{
+    const bool place = searchTokens(query.text).empty() && query.instrument.empty() && query.key.empty()
+        && query.genre.empty() && query.genres.empty() && !query.bpm && !query.excludeMidi;
+    if (!place) return ValueList::Scan;
+    const bool members = query.favoritesOnly || query.playlistId || !query.folder.empty();
+    return members && fewPlaceRows ? ValueList::Scan : ValueList::Probe;
+}
+
 std::string describe(const SearchStrategy& strategy)
 {
     static constexpr const char* kCounts[] = {"visible", "looked up", "listed", "members", "statement"};

@@ -86,4 +86,19 @@ const char* drivingIndex(const SearchQuery& query, bool keysListed, bool rowText
 // drive from, whose index holds the name.
 bool rowTextCandidate(const SearchQuery& query, bool keysListed);
 
+// A place's favourites, playlist members or folder rows up to this many are read row by
+// row for a filter value list rather than probed value by value.
+inline constexpr std::int64_t kScannedPlaceRows = 5000;
+
+// How a filter value list is read. Scan reads the field of every match. Probe skips
+// through the field's distinct values in an index that leads with them, a lookup each,
+// and keeps a value when a counted row of the place holds it: found in the value's
+// index, or where the value's rows and the place's meet in id order. Only a place
+// (type, folder, favourites, playlist; no text or other filter) is probed.
+enum class ValueList { Scan, Probe };
+
+// `fewPlaceRows`: the query's favourites, playlist or folder hold at most
+// kScannedPlaceRows rows.
+ValueList chooseValueList(const SearchQuery& query, bool fewPlaceRows);
+
 } // namespace qv

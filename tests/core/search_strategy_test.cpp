@@ -55,6 +55,39 @@ TEST(SearchStrategy, ChoosesByTheQueryAndWhatThePlanKnows)
     }
 }
 
+// A place alone is probed value by value, unless its favourites, playlist or folder
+// hold few rows; any other filter or the text reads the matches row by row.
+TEST(SearchStrategy, ProbesTheValueListsOfAPlaceOfManyRows)
+{
+    using qv::ValueList;
+    const struct {
+        SearchQuery query;
+        bool fewPlaceRows;
+        ValueList expected;
+    } cases[] = {
+        {{}, false, ValueList::Probe},
+        {{.type = "One Shot"}, true, ValueList::Probe},
+        {{.text = " - "}, false, ValueList::Probe},
+        {{.favoritesOnly = true}, false, ValueList::Probe},
+        {{.type = "Loop", .playlistId = 3}, false, ValueList::Probe},
+        {{.favoritesOnly = true}, true, ValueList::Scan},
+        {{.playlistId = 3}, true, ValueList::Scan},
+        {{.text = "kick"}, false, ValueList::Scan},
+        {{.instrument = "Kick"}, false, ValueList::Scan},
+        {{.key = "Am"}, false, ValueList::Scan},
+        {{.genre = "House"}, false, ValueList::Scan},
+        {{.genres = {"House"}}, false, ValueList::Scan},
+        {{.folder = "/lib"}, false, ValueList::Probe},
+        {{.folder = "/lib"}, true, ValueList::Scan},
+        {{.bpm = 120}, false, ValueList::Scan},
+        {{.excludeMidi = true}, false, ValueList::Scan},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(qv::chooseValueList(c.query, c.fewPlaceRows), c.expected)
+            << "type '" << c.query.type << "' text '" << c.query.text << "' few " << c.fewPlaceRows;
+    }
+}
+
 class TempoTarget : public qv::test::IndexTest {};
 
 // A negative target once wrote "abs(s.bpm--5)", whose "--" commented out the rest of the
@@ -88,7 +121,8 @@ TEST_F(TempoTarget, AnyNumberIsReadAsANumberByBothPlans)
 // every statement naming it fail, which a page reports as empty.
 TEST_F(TempoTarget, EveryIndexTheSearchNamesExistsAfterOpening)
 {
-    std::vector<std::string> names = {qv::schema::kBpmIndex, qv::schema::kLibraryIndex};
+    std::vector<std::string> names = {qv::schema::kBpmIndex,        qv::schema::kLibraryIndex, qv::schema::kTypeIndex,
+                                      qv::schema::kInstrumentIndex, qv::schema::kKeyIndex,     qv::schema::kFavoriteIndex};
     for (const auto& index : qv::schema::supportIndexes()) names.emplace_back(index.name);
     for (const auto& name : names) {
         EXPECT_EQ(_raw.integer("SELECT count(*) FROM sqlite_schema WHERE type='index' AND name=?", {name}), 1) << name;
