@@ -4,7 +4,10 @@
 #include "main_window.h"
 #include "sidebar_views.h"
 
+#include <QApplication>
 #include <QLabel>
+#include <QPointer>
+#include <QTimer>
 #include <QPushButton>
 #include <QSettings>
 #include <QSignalBlocker>
@@ -26,6 +29,7 @@ QVSidebar::QVSidebar(qv::Database& database, qv::BrowseState& state, QVMainWindo
     , _state(state)
     , _window(window)
 {
+    _reader.setMaxThreadCount(1);
     for (const QVMainWindow::TaggedButton& nav : _window.navButtons) {
         connect(nav.button, &QPushButton::clicked, this, [this, tag = nav.tag] { pressButton(tag); });
     }
@@ -39,14 +43,46 @@ QVSidebar::QVSidebar(qv::Database& database, qv::BrowseState& state, QVMainWindo
     syncButtons();
 }
 
+QVSidebar::~QVSidebar()
+{
+    _reader.waitForDone();
+}
+
 void QVSidebar::reloadSidebars()
 {
-    // The distinct folders, not every sample's path: a million paths would hold up the
-    // window for seconds.
-    _window.folderTree->setTree(qv::buildFolderTree(_database.indexedFolders()));
     reloadPlaylists();
     syncButtons();
     updateBreadcrumb();
+    const std::uint64_t generation = ++_treeGeneration;
+    QTimer::singleShot(0, this, [this, generation] {
+        if (generation == _treeGeneration) loadFolderTree();
+    });
+}
+
+void QVSidebar::loadFolderTree()
+{
+    const std::uint64_t generation = _treeGeneration;
+    QPointer<QVSidebar> self(this);
+    _reader.start([this, self, generation] {
+        // The distinct folders, not every sample's path: a million paths would take
+        // seconds.
+        auto tree = std::make_shared<qv::FolderNode>(qv::buildFolderTree(_database.indexedFolders()));
+        QMetaObject::invokeMethod(
+            qApp,
+            [self, generation, tree] {
+                if (!self || generation != self->_treeGeneration) return;
+                self->_window.folderTree->setTree(std::move(*tree));
+                self->_treeLoaded = true;
+                self->syncButtons();
+                self->updateBreadcrumb();
+                if (self->_launchLocationPending) {
+                    self->_launchLocationPending = false;
+                    self->restoreLaunchLocation();
+                }
+                emit self->folderTreeReloaded();
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void QVSidebar::reloadPlaylists()
@@ -245,6 +281,10 @@ void QVSidebar::updateBreadcrumb()
 
 bool QVSidebar::restoreLaunchLocation()
 {
+    if (!_treeLoaded) {
+        _launchLocationPending = true;
+        return false;
+    }
     QSettings settings;
     const qv::LaunchLocation location = qv::readLaunchLocation(settings);
     const qv::FolderNode& tree = _window.folderTree->tree();

@@ -9,6 +9,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QThreadPool>
 
 #include <cstdint>
 #include <optional>
@@ -26,9 +27,13 @@ class QVSidebar : public QObject {
     Q_OBJECT
 public:
     QVSidebar(qv::Database& database, qv::BrowseState& state, QVMainWindow& window, QObject* parent = nullptr);
+    ~QVSidebar() override; // waits for a folder read in hand
 
-    // The folder tree (collapsed) and the playlists, read again from the index.
+    // The playlists at once, and the folder tree (collapsed) once its folders are read:
+    // off the GUI thread, after the current event, so that the first page is not kept
+    // waiting behind a read that takes a few hundred milliseconds at a million samples.
     void reloadSidebars();
+    bool folderTreeLoaded() const { return _treeLoaded; }
     void reloadPlaylists();
     const std::vector<qv::Playlist>& playlists() const { return _playlists; }
 
@@ -46,6 +51,7 @@ public:
     void updateBreadcrumb();
 
     // Once, when the application first becomes active: whether a stored place opened.
+    // Before the folder tree has arrived, it waits for it (and returns false).
     bool restoreLaunchLocation();
     void setFolderOpenAtLaunch(const QString& folder);
     void setPlaylistOpenAtLaunch(std::int64_t playlistId);
@@ -61,8 +67,10 @@ signals:
     // The place changed and the state's page is set: refresh (with the page fade when
     // `transition`).
     void placeChanged(bool transition);
+    void folderTreeReloaded();
 
 private:
+    void loadFolderTree();
     void folderSelected(const QString& path, const QString& name);
     void playlistSelected(std::int64_t playlistId);
     void beginPlaceChange(); // the two generations
@@ -80,4 +88,8 @@ private:
     qv::BreadcrumbHistory _history;
     std::vector<qv::Playlist> _playlists;
     QString _title = QStringLiteral("All Samples");
+    QThreadPool _reader; // one thread: the folder reads, newest wins
+    std::uint64_t _treeGeneration = 0;
+    bool _treeLoaded = false;
+    bool _launchLocationPending = false;
 };

@@ -62,6 +62,7 @@ protected:
         controller = std::make_unique<QVController>(
             QVController::Options{.databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false});
         controller->applicationDidFinishLaunching();
+        ASSERT_TRUE(QTest::qWaitFor([&] { return controller->sidebar()->folderTreeLoaded(); }));
         bar = controller->window()->filterBar;
         filters = controller->filters();
     }

@@ -64,7 +64,7 @@ protected:
         controller = std::make_unique<QVController>(
             QVController::Options{.databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false});
         controller->applicationDidFinishLaunching();
-        QTest::qWait(10); // the first activation
+        ASSERT_TRUE(QTest::qWaitFor([&] { return controller->sidebar()->folderTreeLoaded(); }));
     }
 
     QVMainWindow& window() { return *controller->window(); }
