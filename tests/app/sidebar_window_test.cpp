@@ -2,6 +2,7 @@
 // folder narrows the results and the breadcrumbs follow, back returns, rows dragged onto
 // a playlist are added without disturbing the audition, and the launch location opens
 // at the first activation (or is forgotten when its folder went away).
+#include "context_menus.h"
 #include "edit_commands.h"
 #include "inspector.h"
 #include "inspector_room.h"
@@ -19,6 +20,9 @@
 
 #include <QDropEvent>
 #include <QLabel>
+#include <QMenu>
+
+#include <map>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSettings>
@@ -166,6 +170,55 @@ TEST_F(SidebarWindowTest, TheLaunchFolderOpensAtFirstActivationAndAVanishedOneIs
     EXPECT_EQ(state().folderScope, "");
     EXPECT_EQ(state().rows.size(), 9u);
     EXPECT_FALSE(QSettings().contains(QLatin1String(qv::kLaunchLocationKindKey)));
+}
+
+QAction* actionTitled(QMenu* menu, const QString& title)
+{
+    for (QAction* action : menu->actions()) {
+        if (action->text() == title) return action;
+    }
+    return nullptr;
+}
+
+TEST_F(SidebarWindowTest, MenusActOnTheSelectionWithTheClickedRowAndShowAFoldersGenres)
+{
+    launch();
+    std::vector<int> others; // rows that are not loops yet
+    for (int i = 0; i < static_cast<int>(state().rows.size()); ++i) {
+        if (state().rows[static_cast<std::size_t>(i)].type != qv::SampleType::Loop) others.push_back(i);
+    }
+    ASSERT_GE(others.size(), 3u);
+    const std::int64_t selected = state().rows[static_cast<std::size_t>(others[0])].id;
+    const std::int64_t between = state().rows[static_cast<std::size_t>(others[1])].id;
+    const std::int64_t clicked = state().rows[static_cast<std::size_t>(others[2])].id;
+    window().table->selectOnly(others[0]);
+    std::unique_ptr<QMenu> rows(controller->menus()->rowMenu(others[2], &window()));
+    EXPECT_EQ(actionTitled(rows.get(), "Remove from Playlist"), nullptr) << "only inside a playlist";
+    QAction* loop = actionTitled(rows.get(), "Mark as Loop");
+    ASSERT_NE(loop, nullptr);
+    loop->trigger();
+    std::map<std::int64_t, qv::SampleType> types;
+    for (const qv::Sample& s : state().rows) types[s.id] = s.type;
+    EXPECT_EQ(types[selected], qv::SampleType::Loop);
+    EXPECT_EQ(types[clicked], qv::SampleType::Loop);
+    EXPECT_NE(types[between], qv::SampleType::Loop) << "neither selected nor clicked";
+
+    std::unique_ptr<QMenu> folder(controller->menus()->folderMenu(path("Kicks"), false, &window()));
+    EXPECT_EQ(actionTitled(folder.get(), "Rescan"), nullptr) << "a library's items only on its root";
+    ASSERT_NE(actionTitled(folder.get(), "Mark Genres"), nullptr);
+    QMenu* genres = actionTitled(folder.get(), "Mark Genres")->menu();
+    emit genres->aboutToShow(); // the folder's genres are read as the submenu opens
+    ASSERT_NE(actionTitled(genres, "house"), nullptr);
+    EXPECT_FALSE(actionTitled(genres, "house")->isChecked());
+    actionTitled(genres, "house")->trigger(); // the folder had no genre: four samples gain it
+    folder.reset(controller->menus()->folderMenu(path("Kicks"), false, &window()));
+    ASSERT_NE(actionTitled(folder.get(), "Mark Genres"), nullptr);
+    genres = actionTitled(folder.get(), "Mark Genres")->menu();
+    emit genres->aboutToShow();
+    EXPECT_TRUE(actionTitled(genres, "house")->isChecked());
+    EXPECT_FALSE(actionTitled(genres, "trap")->isChecked());
+    std::unique_ptr<QMenu> root(controller->menus()->folderMenu(QString::fromStdString(pack.string()), true, &window()));
+    EXPECT_NE(actionTitled(root.get(), "Remove Library\u2026"), nullptr);
 }
 
 TEST_F(SidebarWindowTest, TheInspectorFollowsTheSelectionAndRevealsTheSampleFolder)
