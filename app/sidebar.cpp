@@ -50,6 +50,14 @@ QVSidebar::~QVSidebar()
 
 void QVSidebar::reloadSidebars()
 {
+    // The libraries show at once, as the tree's top; their folders follow from the read.
+    if (!_treeLoaded) {
+        std::vector<qv::IndexedFolder> roots;
+        for (const qv::Library& library : _database.libraries(qv::Counts::Skipped)) {
+            roots.push_back({library.path, library.path, library.displayLabel});
+        }
+        _window.folderTree->setTree(qv::buildFolderTree(roots));
+    }
     reloadPlaylists();
     syncButtons();
     updateBreadcrumb();
@@ -71,8 +79,16 @@ void QVSidebar::loadFolderTree()
             qApp,
             [self, generation, tree] {
                 if (!self || generation != self->_treeGeneration) return;
-                self->_window.folderTree->setTree(std::move(*tree));
+                QVFolderTreeView& view = *self->_window.folderTree;
+                view.setTree(std::move(*tree));
                 self->_treeLoaded = true;
+                // A library chosen before its folders arrived stays selected (the tree
+                // stays collapsed: only a top item is selected again).
+                const auto chain = self->scopeChain();
+                if (chain.size() == 1) {
+                    const QSignalBlocker quiet(&view);
+                    view.setCurrentItem(view.revealChain(chain));
+                }
                 self->syncButtons();
                 self->updateBreadcrumb();
                 if (self->_launchLocationPending) {
