@@ -79,6 +79,8 @@ QPushButton#header:hover { color: white; }
 QTreeWidget, QListWidget { background: transparent; border: none; }
 QTreeWidget::item, QListWidget::item { padding: 3px 2px; border-radius: 5px; }
 QTreeWidget::item:selected, QListWidget::item:selected { background: %1; color: white; }
+QTreeWidget::item { border-radius: 0; }
+QTreeWidget { show-decoration-selected: 1; }
 QWidget#discovery { background: %2; border-radius: 10px; }
 QLabel#discoveryTitle { font-weight: 700; }
 QLabel#emptyTitle { font-size: 26px; font-weight: 800; letter-spacing: 4px; }

@@ -56,11 +56,6 @@ QVFolderTreeView::QVFolderTreeView(QColor iconTint, QWidget* parent)
     setUniformRowHeights(true);
     setTextElideMode(Qt::ElideRight);
     setContextMenuPolicy(Qt::CustomContextMenu);
-    // The style sheet draws the selected item; the row's own highlight would also fill
-    // the indentation beside it.
-    QPalette quiet = palette();
-    quiet.setColor(QPalette::Highlight, Qt::transparent);
-    setPalette(quiet);
     connect(this, &QTreeWidget::itemExpanded, this, &QVFolderTreeView::populate);
     connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
         const QList<QTreeWidgetItem*> selected = selectedItems();
