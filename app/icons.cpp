@@ -129,6 +129,22 @@ QPixmap drawn(const QString& name, const QColor& color)
 
 } // namespace
 
+QPixmap brandMark(int size, const QColor& accent)
+{
+    QPixmap mark(size, size);
+    mark.fill(Qt::transparent);
+    QPainter p(&mark);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.scale(size / 28.0, size / 28.0); // drawn on a 28-unit square
+    p.setBrush(accent);
+    p.setPen(Qt::NoPen);
+    p.drawRoundedRect(QRectF(0, 0, 28, 28), 7, 7);
+    p.setPen(QPen(Qt::white, 2.2, Qt::SolidLine, Qt::RoundCap));
+    const int bars[] = {6, 12, 18, 10, 4};
+    for (int i = 0; i < 5; ++i) p.drawLine(QPointF(6 + i * 4, 14 - bars[i] / 2.0), QPointF(6 + i * 4, 14 + bars[i] / 2.0));
+    return mark;
+}
+
 QIcon symbolIcon(const QString& name, const QColor& color)
 {
     // Drawn in the window's own colours: a desktop theme's icons are often dark glyphs

@@ -10,4 +10,8 @@ namespace qv {
 
 QIcon symbolIcon(const QString& name, const QColor& color = QColor(0xec, 0xea, 0xf2));
 
+// The application's mark: five white bars of a waveform on a rounded square of the
+// accent colour, `size` pixels wide. The window's header and the desktop icon use it.
+QPixmap brandMark(int size, const QColor& accent);
+
 } // namespace qv

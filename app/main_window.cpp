@@ -168,18 +168,7 @@ void QVMainWindow::buildBrandHeader()
 {
     auto* row = new QHBoxLayout;
     auto* icon = new QLabel(_sidebar);
-    QPixmap mark(28, 28);
-    mark.fill(Qt::transparent);
-    {
-        QPainter p(&mark);
-        p.setRenderHint(QPainter::Antialiasing);
-        p.setBrush(_theme.accent);
-        p.setPen(Qt::NoPen);
-        p.drawRoundedRect(QRectF(0, 0, 28, 28), 7, 7);
-        p.setPen(QPen(Qt::white, 2.2, Qt::SolidLine, Qt::RoundCap));
-        const int bars[] = {6, 12, 18, 10, 4};
-        for (int i = 0; i < 5; ++i) p.drawLine(QPointF(6 + i * 4, 14 - bars[i] / 2.0), QPointF(6 + i * 4, 14 + bars[i] / 2.0));
-    }
+    const QPixmap mark = qv::brandMark(28, _theme.accent);
     icon->setPixmap(mark);
     auto* brand = new QLabel(QStringLiteral("QUORVALINDER"), _sidebar);
     brand->setObjectName(QStringLiteral("brand"));

@@ -30,6 +30,9 @@ echo "== preview through a real audio sink (PulseAudio null sink)"
 echo "== the window end to end (Xvfb, PulseAudio null sink, real key presses)"
 bash tests/e2e/window_e2e.sh build
 
+echo "== a desktop install into a private prefix"
+bash tests/e2e/install_check.sh build
+
 if ((!quick)); then
   echo "== build (address + undefined sanitizers)"
   # Only what runs there: the core suite and the window's (threads, players' lifetimes).
