@@ -9,6 +9,7 @@
 #include <QDialogButtonBox>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QProgressBar>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMouseEvent>
@@ -488,6 +489,13 @@ QVFilterBar::QVFilterBar(const qv::WindowTheme& theme, QWidget* parent)
     statusLabel = new QLabel(this);
     statusLabel->setObjectName(QStringLiteral("status"));
     row->addWidget(statusLabel);
+    // The start-up check's progress, at the right end of the status line while it runs.
+    libraryScanProgress = new QProgressBar(this);
+    libraryScanProgress->setObjectName(QStringLiteral("libraryScanProgress"));
+    libraryScanProgress->setFixedSize(120, 10);
+    libraryScanProgress->setTextVisible(false);
+    libraryScanProgress->hide();
+    row->addWidget(libraryScanProgress);
     column->addLayout(row);
 
     _quickFilters = new QWidget(this);

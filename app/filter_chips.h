@@ -17,6 +17,7 @@
 #include <vector>
 
 class QLabel;
+class QProgressBar;
 class QLineEdit;
 class QListWidget;
 class QMenu;
@@ -156,6 +157,7 @@ public:
     QPushButton* clearFilters = nullptr;
     QToolButton* quickFiltersToggle = nullptr;
     QLabel* statusLabel = nullptr;
+    QProgressBar* libraryScanProgress = nullptr;
     QVQuickFilterRow* genreRow = nullptr;
     QVQuickFilterRow* instrumentRow = nullptr;
 

@@ -6,6 +6,7 @@
 #include "context_menus.h"
 #include "desktop_actions.h"
 #include "edit_commands.h"
+#include "filter_chips.h"
 #include "inspector.h"
 #include "inspector_room.h"
 #include "filters.h"
@@ -28,6 +29,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QMenu>
+#include <QProgressBar>
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -73,7 +75,7 @@ QVController::~QVController()
 {
     // A scan cannot be interrupted; the index is safe to leave mid-scan (the next scan
     // finds what the last write group lost), so quitting never waits for one.
-    if (_scans && _scans->scanRunning()) {
+    if (_scans && _scans->busy()) {
         QVPlayheadDiagnostics::shared().waitForWrites();
         std::_Exit(0);
     }
@@ -159,6 +161,10 @@ void QVController::applicationDidFinishLaunching()
         _warmup->start();
         step("warm-up");
     }
+
+    // The start-up check and the parser-revision reindex, in the background once the
+    // window is up.
+    if (_options.checkLibrariesAtStartup) QTimer::singleShot(0, _scans, &QVScanCoordinator::checkLibrariesAfterLaunch);
 
     connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive) applicationDidBecomeActive();
@@ -246,6 +252,12 @@ void QVController::wireRooms()
     for (QObject* room : std::initializer_list<QObject*>{_browser, _scans}) {
         connect(room, SIGNAL(statusMessage(QString)), w.statusLabel, SLOT(setText(QString)));
     }
+    connect(_scans, &QVScanCoordinator::startupProgress, w.filterBar->libraryScanProgress, [&w](int done, int total) {
+        QProgressBar* bar = w.filterBar->libraryScanProgress;
+        bar->setVisible(total > 0);
+        bar->setRange(0, std::max(total, 1));
+        bar->setValue(done);
+    });
     for (auto changed : {&QVScanCoordinator::scanFinished, &QVScanCoordinator::libraryRemoved}) {
         connect(_scans, changed, this, [this] {
             _filters->invalidateValueLists();

@@ -43,6 +43,9 @@ public:
         std::filesystem::path databasePath; // empty: the per-user data path
         bool warmUpAudio = true;
         bool useAudioDevice = true; // false: players run on a clock (tests, headless)
+        // Every library checked once the window is up; the application sets it, tests
+        // and benchmarks keep their index as they made it.
+        bool checkLibrariesAtStartup = false;
     };
 
     static std::filesystem::path defaultDatabasePath();

@@ -1,6 +1,7 @@
 // The real controller, offscreen, over a generated library of 60 short tones in a folder
 // whose name has spaces, '%' and non-ASCII: launch, stale decodes, skipping, crossing a
 // page, the search debounce and coalesced page requests. Players run on a clock.
+#include "filter_chips.h"
 #include "main_window.h"
 #include "player_panel.h"
 #include "waveform_view.h"
@@ -13,11 +14,14 @@
 #include "temp_dir.h"
 
 #include "db/database.h"
+#include "inference/metadata_parser.h"
 #include "scan/library_scanner.h"
+#include "scan_coordinator.h"
 
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QUrl>
 #include <QSignalSpy>
@@ -364,6 +368,43 @@ TEST_F(ControllerTest, ACorruptFileIsReportedInTheStatusLineAndTheWalkGoesOn)
         return playback().currentSample()->id == state().rows[3].id && playback().playbackState() == PlaybackState::Playing;
     }));
     EXPECT_TRUE(status().startsWith("Cannot preview Kick 03 broken.wav: ")) << "the skip says why";
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ControllerTest, TheStartupCheckRunsAfterLaunchAndAnOldIndexIsAnalysedAgain)
+{
+    {
+        qv::Database db(databasePath);
+        db.setParserRevision(5); // written by an older parser
+        db.addLibrary(dir / "Unplugged Drive");
+    }
+    controller = std::make_unique<QVController>(QVController::Options{
+        .databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false, .checkLibrariesAtStartup = true});
+    controller->applicationDidFinishLaunching();
+    QSignalSpy said(controller->scans(), &QVScanCoordinator::statusMessage);
+    QProgressBar* bar = controller->window()->filterBar->libraryScanProgress;
+    EXPECT_EQ(state().rows.size(), 50u) << "the first page does not wait for the check";
+    ASSERT_TRUE(waitFor([&] { return bar->isVisibleTo(controller->window()); }, 2000));
+    EXPECT_EQ(bar->maximum(), 2);
+    const auto saidSoFar = [&] {
+        QStringList texts;
+        for (const QList<QVariant>& args : said) texts << args.at(0).toString();
+        return texts;
+    };
+    // A library needed attention, so the forced check does not record the new revision;
+    // the reindex that follows does, and says so last.
+    ASSERT_TRUE(waitFor([&] { return status().startsWith("Audio classification update complete"); }, 30000));
+    EXPECT_TRUE(saidSoFar().contains(QString::fromUtf8("Checking libraries\u2026 2/2")));
+    EXPECT_TRUE(saidSoFar().contains(QString::fromUtf8("Library check: 0 new \u2022 60 updated \u2022 0 stale entries "
+                                                       "removed \u2022 1 libraries need attention")))
+        << saidSoFar().join(QLatin1Char('|')).toStdString();
+    EXPECT_TRUE(saidSoFar().contains(QString::fromUtf8("Analyzing sample event structure\u2026")));
+    EXPECT_FALSE(bar->isVisibleTo(controller->window()));
+    EXPECT_EQ(controller->database().parserRevision(), qv::kMetadataParserRevision);
+    EXPECT_FALSE(controller->scans()->busy());
 }
 
 } // namespace
