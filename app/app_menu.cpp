@@ -11,10 +11,12 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QMenuBar>
+#include <QMediaDevices>
+#include <QAudioDevice>
 #include <QMessageBox>
 #include <QSettings>
 
-void buildApplicationMenu(QVMainWindow& window)
+void buildApplicationMenu(QVMainWindow& window, std::function<void()> audioOutputChanged)
 {
     QMenu* menu = window.menuBar()->addMenu(QStringLiteral("Quorvalinder"));
     QAction* about = menu->addAction(QStringLiteral("About Quorvalinder"));
@@ -26,7 +28,7 @@ void buildApplicationMenu(QVMainWindow& window)
     menu->addSeparator();
     QAction* settings = menu->addAction(QStringLiteral("Settings\u2026"));
     settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
-    QObject::connect(settings, &QAction::triggered, &window, [&window] {
+    QObject::connect(settings, &QAction::triggered, &window, [&window, audioOutputChanged] {
         QDialog dialog(&window);
         dialog.setWindowTitle(QStringLiteral("Settings"));
         auto* form = new QFormLayout(&dialog);
@@ -34,6 +36,20 @@ void buildApplicationMenu(QVMainWindow& window)
         theme->addItems({QStringLiteral("Purple"), QStringLiteral("Classic"), QStringLiteral("Green")});
         theme->setCurrentText(window.theme().name);
         form->addRow(QStringLiteral("Theme"), theme);
+        // Producers listen through their audio interface: the choice is remembered, and
+        // the default output stands in while the chosen one is not connected.
+        auto* output = new QComboBox(&dialog);
+        output->addItem(QStringLiteral("System Default"), QByteArray());
+        const QByteArray chosen = QSettings().value(QLatin1String(qv::kAudioOutputDeviceKey)).toByteArray();
+        for (const QAudioDevice& device : QMediaDevices::audioOutputs()) {
+            output->addItem(device.description(), device.id());
+            if (device.id() == chosen) output->setCurrentIndex(output->count() - 1);
+        }
+        if (!chosen.isEmpty() && output->currentIndex() == 0) {
+            output->addItem(QStringLiteral("%1 (not connected)").arg(QString::fromUtf8(chosen)), chosen);
+            output->setCurrentIndex(output->count() - 1);
+        }
+        form->addRow(QStringLiteral("Audio output"), output);
         auto* note = new QLabel(QStringLiteral("A new theme shows at the next start."), &dialog);
         note->setObjectName(QStringLiteral("caption"));
         form->addRow(note);
@@ -43,6 +59,11 @@ void buildApplicationMenu(QVMainWindow& window)
         QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
         if (dialog.exec() == QDialog::Accepted) {
             QSettings().setValue(QLatin1String(qv::kThemeSelectionKey), theme->currentText());
+            const QByteArray device = output->currentData().toByteArray();
+            if (device != chosen) {
+                QSettings().setValue(QLatin1String(qv::kAudioOutputDeviceKey), device);
+                if (audioOutputChanged) audioOutputChanged(); // from the next sample on
+            }
         }
     });
     menu->addSeparator();

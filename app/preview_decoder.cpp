@@ -2,9 +2,11 @@
 
 namespace qv {
 
-PreviewDecoder::PlayerFactory PreviewDecoder::devicePlayers()
+PreviewDecoder::PlayerFactory PreviewDecoder::devicePlayers(const QByteArray& deviceId)
 {
-    return [](const QString& path, QString* error) { return PreviewPlayer::create(path, error); };
+    return [deviceId](const QString& path, QString* error) {
+        return PreviewPlayer::create(path, error, PreviewPlayer::deviceOutput(deviceId));
+    };
 }
 
 PreviewDecoder::PreviewDecoder(PlayerFactory factory)

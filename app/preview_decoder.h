@@ -18,7 +18,7 @@ public:
     using PlayerFactory = std::function<std::unique_ptr<PreviewPlayer>(const QString& path, QString* error)>;
 
     // Players on the default audio device.
-    static PlayerFactory devicePlayers();
+    static PlayerFactory devicePlayers(const QByteArray& deviceId = {});
 
     explicit PreviewDecoder(PlayerFactory factory = devicePlayers());
     ~PreviewDecoder(); // waits for the job in hand; drops the rest

@@ -117,7 +117,7 @@ void QVController::applicationDidFinishLaunching()
     const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
                                                            : QRect(0, 0, 1920, 1080);
     _window->setGeometry(qv::centeredFrame(_contentSize, visible));
-    buildApplicationMenu(*_window);
+    buildApplicationMenu(*_window, [this] { _playback->setPlayerFactory(players()); });
     connect(_window.get(), &QVMainWindow::contentResized, this, [this](QSize size) {
         QSettings().setValue(QLatin1String(qv::sizeKeyForMode(_state.layoutMode)), qv::formatSize(size));
     });
@@ -269,7 +269,9 @@ void QVController::wireRooms()
 
 qv::PreviewDecoder::PlayerFactory QVController::players() const
 {
-    if (_options.useAudioDevice) return qv::PreviewDecoder::devicePlayers();
+    if (_options.useAudioDevice) {
+        return qv::PreviewDecoder::devicePlayers(QSettings().value(QLatin1String(qv::kAudioOutputDeviceKey)).toByteArray());
+    }
     return [](const QString& path, QString* error) {
         return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
     };

@@ -18,6 +18,8 @@ inline constexpr const char* kPlayerRepeatKey = "QVPlayerRepeat";
 inline constexpr const char* kPlayerVolumeKey = "QVPlayerVolume";
 inline constexpr double kDefaultPlayerVolume = 0.8;
 inline constexpr const char* kReduceMotionKey = "QVReduceMotion"; // true: no fades
+// The chosen output's id; absent or not connected: the system's default output.
+inline constexpr const char* kAudioOutputDeviceKey = "QVAudioOutputDevice";
 inline constexpr const char* kWindowTitle = "Quorvalinder \u2014 Ostrelle";
 
 // Absent means 1 (desktop); any non-zero stored value is 1.

@@ -20,7 +20,20 @@ QAudioFormat toQt(const OutputFormat& format)
 
 } // namespace
 
-DeviceOutput::DeviceOutput() = default;
+DeviceOutput::DeviceOutput(QByteArray deviceId)
+    : _deviceId(std::move(deviceId))
+{
+}
+
+QAudioDevice DeviceOutput::outputDevice(const QByteArray& deviceId)
+{
+    if (!deviceId.isEmpty()) {
+        for (const QAudioDevice& device : QMediaDevices::audioOutputs()) {
+            if (device.id() == deviceId) return device;
+        }
+    }
+    return QMediaDevices::defaultAudioOutput();
+}
 
 DeviceOutput::~DeviceOutput()
 {
@@ -49,7 +62,7 @@ bool DeviceOutput::chooseFormat(const QAudioDevice& device, const OutputFormat& 
 bool DeviceOutput::open(const OutputFormat& wanted, OutputFormat& accepted, QString& error)
 {
     close();
-    const QAudioDevice device = QMediaDevices::defaultAudioOutput();
+    const QAudioDevice device = outputDevice(_deviceId);
     if (!chooseFormat(device, wanted, _format)) {
         error = QStringLiteral("No audio output device is available (is a sound server running?)");
         return false;

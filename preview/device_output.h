@@ -21,8 +21,12 @@ namespace qv {
 
 class DeviceOutput : public AudioOutput {
 public:
-    DeviceOutput();
+    // `deviceId`: the output the user chose (QAudioDevice::id); empty, or a device that is
+    // not connected now, means the system's default output.
+    explicit DeviceOutput(QByteArray deviceId = {});
     ~DeviceOutput() override;
+
+    static QAudioDevice outputDevice(const QByteArray& deviceId);
 
     bool open(const OutputFormat& wanted, OutputFormat& accepted, QString& error) override;
     void close() override;
@@ -38,6 +42,7 @@ public:
     static bool chooseFormat(const QAudioDevice& device, const OutputFormat& wanted, OutputFormat& chosen);
 
 private:
+    QByteArray _deviceId;
     QAudioSink* _sink = nullptr;
     QIODevice* _io = nullptr;
     OutputFormat _format;

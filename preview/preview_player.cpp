@@ -17,9 +17,9 @@ namespace {
 constexpr int kPumpIntervalMs = 10;
 }
 
-AudioOutputFactory PreviewPlayer::deviceOutput()
+AudioOutputFactory PreviewPlayer::deviceOutput(const QByteArray& deviceId)
 {
-    return [] { return std::make_unique<DeviceOutput>(); };
+    return [deviceId] { return std::make_unique<DeviceOutput>(deviceId); };
 }
 
 AudioOutputFactory PreviewPlayer::clockOutput()

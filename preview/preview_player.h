@@ -39,7 +39,8 @@ class PreviewPlayer : public QObject {
 public:
     static constexpr std::int64_t kChunkFrames = 4096;
 
-    static AudioOutputFactory deviceOutput();
+    // The chosen output device (empty: the system's default; see DeviceOutput).
+    static AudioOutputFactory deviceOutput(const QByteArray& deviceId = {});
     static AudioOutputFactory clockOutput();
 
     // Null with `error` set when the file cannot be opened or holds no audio format.

@@ -2,6 +2,7 @@
 // and runs RealOutput with QV_REQUIRE_AUDIO=1, so that CI proves real output works;
 // elsewhere it skips when there is no sound server. NoServer runs with PULSE_SERVER
 // pointing nowhere (see tests/CMakeLists.txt).
+#include "device_output.h"
 #include "preview_player.h"
 #include "sound_files.h"
 #include "temp_dir.h"
@@ -50,6 +51,29 @@ TEST(RealOutput, PlaysThroughTheDefaultDeviceToTheEnd)
         ASSERT_TRUE(finished.wait(5000));
         EXPECT_TRUE(finished[0][0].toBool());
         EXPECT_EQ(player->currentTime(), 0.0);
+    }
+}
+
+TEST(RealOutput, TheChosenOutputIsUsedAndAnAbsentOneFallsBackToTheDefault)
+{
+    if (QMediaDevices::defaultAudioOutput().isNull()) {
+        if (qEnvironmentVariableIsSet("QV_REQUIRE_AUDIO")) FAIL() << "no audio output device, but one is required";
+        GTEST_SKIP() << "no sound server";
+    }
+    const QAudioDevice chosen = QMediaDevices::audioOutputs().value(0);
+    EXPECT_EQ(qv::DeviceOutput::outputDevice(chosen.id()).id(), chosen.id());
+    EXPECT_EQ(qv::DeviceOutput::outputDevice("an interface that was unplugged").id(),
+              QMediaDevices::defaultAudioOutput().id());
+
+    TempDir dir;
+    writeTone(dir / "tone.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0.3, 44100, 2);
+    for (const QByteArray& id : {chosen.id(), QByteArray("an interface that was unplugged")}) {
+        QString error;
+        auto player = PreviewPlayer::create(qpath(dir / "tone.wav"), &error, PreviewPlayer::deviceOutput(id));
+        ASSERT_TRUE(player) << error.toStdString();
+        ASSERT_TRUE(player->prepareToPlay());
+        ASSERT_TRUE(player->play()) << player->errorText().toStdString();
+        ASSERT_TRUE(QTest::qWaitFor([&] { return player->currentTime() > 0.05; }, 3000)) << id.toStdString();
     }
 }
 
