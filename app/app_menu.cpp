@@ -4,6 +4,7 @@
 #include "startup_logic.h"
 
 #include <QAction>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDialog>
@@ -16,7 +17,7 @@
 #include <QMessageBox>
 #include <QSettings>
 
-void buildApplicationMenu(QVMainWindow& window, std::function<void()> audioOutputChanged)
+void buildApplicationMenu(QVMainWindow& window, std::function<void()> settingsChanged)
 {
     QMenu* menu = window.menuBar()->addMenu(QStringLiteral("Quorvalinder"));
     QAction* about = menu->addAction(QStringLiteral("About Quorvalinder"));
@@ -28,7 +29,7 @@ void buildApplicationMenu(QVMainWindow& window, std::function<void()> audioOutpu
     menu->addSeparator();
     QAction* settings = menu->addAction(QStringLiteral("Settings\u2026"));
     settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
-    QObject::connect(settings, &QAction::triggered, &window, [&window, audioOutputChanged] {
+    QObject::connect(settings, &QAction::triggered, &window, [&window, settingsChanged] {
         QDialog dialog(&window);
         dialog.setWindowTitle(QStringLiteral("Settings"));
         auto* form = new QFormLayout(&dialog);
@@ -50,6 +51,10 @@ void buildApplicationMenu(QVMainWindow& window, std::function<void()> audioOutpu
             output->setCurrentIndex(output->count() - 1);
         }
         form->addRow(QStringLiteral("Audio output"), output);
+        auto* calm = new QCheckBox(QStringLiteral("Reduce motion (no fades between pages)"), &dialog);
+        const bool reduced = QSettings().value(QLatin1String(qv::kReduceMotionKey), false).toBool();
+        calm->setChecked(reduced);
+        form->addRow(QString(), calm);
         auto* note = new QLabel(QStringLiteral("A new theme shows at the next start."), &dialog);
         note->setObjectName(QStringLiteral("caption"));
         form->addRow(note);
@@ -60,10 +65,10 @@ void buildApplicationMenu(QVMainWindow& window, std::function<void()> audioOutpu
         if (dialog.exec() == QDialog::Accepted) {
             QSettings().setValue(QLatin1String(qv::kThemeSelectionKey), theme->currentText());
             const QByteArray device = output->currentData().toByteArray();
-            if (device != chosen) {
-                QSettings().setValue(QLatin1String(qv::kAudioOutputDeviceKey), device);
-                if (audioOutputChanged) audioOutputChanged(); // from the next sample on
-            }
+            const bool changed = device != chosen || calm->isChecked() != reduced;
+            if (device != chosen) QSettings().setValue(QLatin1String(qv::kAudioOutputDeviceKey), device);
+            if (calm->isChecked() != reduced) QSettings().setValue(QLatin1String(qv::kReduceMotionKey), calm->isChecked());
+            if (changed && settingsChanged) settingsChanged();
         }
     });
     menu->addSeparator();

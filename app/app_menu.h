@@ -6,5 +6,6 @@
 
 class QVMainWindow;
 
-// `audioOutputChanged` runs when Settings saved another output device.
-void buildApplicationMenu(QVMainWindow& window, std::function<void()> audioOutputChanged = {});
+// `settingsChanged` runs when Settings saved a change that applies at once (the audio
+// output device, reduced motion).
+void buildApplicationMenu(QVMainWindow& window, std::function<void()> settingsChanged = {});

@@ -117,7 +117,10 @@ void QVController::applicationDidFinishLaunching()
     const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
                                                            : QRect(0, 0, 1920, 1080);
     _window->setGeometry(qv::centeredFrame(_contentSize, visible));
-    buildApplicationMenu(*_window, [this] { _playback->setPlayerFactory(players()); });
+    buildApplicationMenu(*_window, [this] {
+        _playback->setPlayerFactory(players()); // from the next sample on
+        _browser->setReducedMotion(QSettings().value(QLatin1String(qv::kReduceMotionKey), false).toBool());
+    });
     connect(_window.get(), &QVMainWindow::contentResized, this, [this](QSize size) {
         QSettings().setValue(QLatin1String(qv::sizeKeyForMode(_state.layoutMode)), qv::formatSize(size));
     });
