@@ -10,6 +10,7 @@
 #include "inspector_room.h"
 #include "filters.h"
 #include "shortcut_monitor.h"
+#include "shortcuts_dialog.h"
 #include "main_window.h"
 #include "playback.h"
 #include "player_panel.h"
@@ -132,11 +133,13 @@ void QVController::applicationDidFinishLaunching()
     _window->buildEmptyState();
     _window->buildDiscoveryArea();
     _window->setInspector(new QVInspector(theme));
+    installFindMenu(*_window, [this] { focusSearch(); });
     step("panels");
 
     wireRooms();
     wireEdits();
     wireInspector();
+    installShortcutMenu(*_window, [this] { customizeShortcuts(); }); // last in the menu bar, after "View"
 
     // 18. The waveform notifications.
     qv::WaveformNotifier& notifier = _waveforms.notifier();
@@ -351,6 +354,13 @@ void QVController::focusSearch()
 {
     _window->search->setFocus(Qt::ShortcutFocusReason);
     _window->search->selectAll();
+}
+
+void QVController::customizeShortcuts()
+{
+    QSettings settings;
+    runCustomizeShortcuts(settings, _window->theme().accent, *_alerts, _window.get(),
+                          [](QVShortcutsDialog& dialog) { return dialog.exec(); });
 }
 
 void QVController::applicationDidBecomeActive()

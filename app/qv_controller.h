@@ -57,6 +57,7 @@ public:
     // The twelve keyboard actions by id ("play", "restart", …, "search").
     void performShortcutAction(const QString& action);
     void focusSearch();
+    void customizeShortcuts();
 
     qv::Database& database() const { return *_database; }
     qv::BrowseState& state() { return _state; }
