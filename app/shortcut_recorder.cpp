@@ -53,6 +53,16 @@ void QVShortcutRecorderButton::focusOutEvent(QFocusEvent* event)
     QPushButton::focusOutEvent(event);
 }
 
+// While recording, a menu's key equivalent (Ctrl+Q) is a key to record, not a command.
+bool QVShortcutRecorderButton::event(QEvent* event)
+{
+    if (event->type() == QEvent::ShortcutOverride) {
+        event->accept();
+        return true;
+    }
+    return QPushButton::event(event);
+}
+
 // Without the window's monitor (a dialog on its own) the button records by itself; Space
 // and Return must never click it.
 void QVShortcutRecorderButton::keyPressEvent(QKeyEvent* event)

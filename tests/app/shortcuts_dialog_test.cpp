@@ -4,7 +4,9 @@
 #include "shortcuts_dialog.h"
 
 #include <QApplication>
+#include <QAction>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -70,11 +72,24 @@ TEST(ShortcutsDialog, RecordRefuseInUseThenSaveAndRefuseConflicts)
         QTest::keyClick(seekForward, Qt::Key_Q, Qt::ShiftModifier);
         EXPECT_EQ(seekForward->recordedBinding, "K12;M131072;DShift Q");
         EXPECT_EQ(seekForward->text(), "Shift Q");
+
+        // A key equivalent of a menu is recorded, not run.
+        QAction quit(QStringLiteral("Quit"));
+        quit.setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+        quit.setShortcutContext(Qt::ApplicationShortcut);
+        dialog.addAction(&quit);
+        QSignalSpy triggered(&quit, &QAction::triggered);
+        QVShortcutRecorderButton* search = dialog.recorders()[11][0];
+        QTest::mouseClick(search, Qt::LeftButton);
+        QTest::keyClick(search, Qt::Key_Q, Qt::ControlModifier);
+        EXPECT_EQ(triggered.count(), 0);
+        EXPECT_EQ(search->recordedBinding, "K12;M1048576;DCtrl Q");
         return int(QVShortcutsDialog::Save);
     });
     EXPECT_TRUE(saved);
     EXPECT_EQ(shows, 1);
     EXPECT_EQ(settings.value("QVShortcut.seekForward").toString(), "K12;M131072;DShift Q");
+    EXPECT_EQ(settings.value("QVShortcut.search").toString(), "K12;M1048576;DCtrl Q");
     EXPECT_EQ(settings.value("QVShortcut.restart").toString(), "CommandLeft|0");
 
     // A token of the main-row 1 clashes with "1" on saving; the edit survives the refusal,
