@@ -1,11 +1,16 @@
 #pragma once
+// The menu bar: the application menu ("About Quorvalinder", "Settings…" (Ctrl+,) and "Quit
+// Quorvalinder" (Ctrl+Q, wherever the focus is)), "Edit" and "Help".
 
 #include <functional>
-// The application menu: "About Quorvalinder", "Settings…" (Ctrl+,) and "Quit Quorvalinder"
-// (Ctrl+Q, wherever the focus is).
 
 class QVMainWindow;
 
 // `settingsChanged` runs when Settings saved a change that applies at once (the audio
 // output device, reduced motion).
 void buildApplicationMenu(QVMainWindow& window, std::function<void()> settingsChanged = {});
+// "Help" with "Customize Shortcuts…", unless the menu bar has a "Help" menu already.
+void installShortcutMenu(QVMainWindow& window, std::function<void()> customize);
+// "Edit" after the application menu, ending in "Find Samples"; and the search field's own
+// context menu. The key equivalents are shown only: the focused widget handles its keys.
+void installFindMenu(QVMainWindow& window, std::function<void()> findSamples);

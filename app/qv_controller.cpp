@@ -10,7 +10,8 @@
 #include "inspector.h"
 #include "inspector_room.h"
 #include "filters.h"
-#include "key_router.h"
+#include "shortcut_monitor.h"
+#include "shortcuts_dialog.h"
 #include "main_window.h"
 #include "playback.h"
 #include "player_panel.h"
@@ -137,11 +138,13 @@ void QVController::applicationDidFinishLaunching()
     _window->buildEmptyState();
     _window->buildDiscoveryArea();
     _window->setInspector(new QVInspector(theme));
+    installFindMenu(*_window, [this] { focusSearch(); });
     step("panels");
 
     wireRooms();
     wireEdits();
     wireInspector();
+    installShortcutMenu(*_window, [this] { customizeShortcuts(); }); // last in the menu bar, after "View"
 
     // 18. The waveform notifications.
     qv::WaveformNotifier& notifier = _waveforms.notifier();
@@ -337,23 +340,44 @@ void QVController::reloadSidebars()
         _playback->startPlayerProgressTimer();
     }
     if (!_keys) {
-        _keys = new QVKeyRouter(*_window, [this](qv::KeyAction action) {
-            switch (action) {
-            case qv::KeyAction::PlayPause: _playback->playerPlayPause(); break;
-            case qv::KeyAction::NextSample: _playback->nextSample(); break;
-            case qv::KeyAction::PreviousSample: _playback->previousSample(); break;
-            case qv::KeyAction::SeekBackward: _playback->seekByFraction(-0.07); break;
-            case qv::KeyAction::SeekForward: _playback->seekByFraction(0.07); break;
-            case qv::KeyAction::FindSamples:
-                _window->search->setFocus();
-                _window->search->selectAll();
-                break;
-            case qv::KeyAction::None: break;
-            }
-        });
+        QVShortcutMonitor::Hooks keys;
+        keys.clearSelection = [this] { _window->table->clearSelection(); };
+        keys.perform = [this](const QString& action) { performShortcutAction(action); };
+        _keys = new QVShortcutMonitor(*_window, keys);
         qApp->installEventFilter(_keys);
     }
     _sidebar->reloadSidebars();
+}
+
+void QVController::performShortcutAction(const QString& action)
+{
+    const std::int64_t loved = _playback->visibleIndexForPlayingSample();
+    if (action == u"play") _playback->playerPlayPause();
+    else if (action == u"restart") _playback->restartCurrentSample();
+    else if (action == u"seekBack") _playback->seekByFraction(-0.07);
+    else if (action == u"seekForward") _playback->seekByFraction(0.07);
+    else if (action == u"previousSample") _playback->previousSample();
+    else if (action == u"nextSample") _playback->nextSample();
+    else if (action == u"previousPage") _browser->previousPage();
+    else if (action == u"nextPage") _browser->nextPage();
+    else if (action == u"love" && loved >= 0) _edits->toggleFavorite(static_cast<int>(loved));
+    else if (action == u"unlove" && loved >= 0 && _playback->currentSample() && _playback->currentSample()->favorite)
+        _edits->toggleFavorite(static_cast<int>(loved));
+    else if (action == u"repeat") _playback->repeatPressed();
+    else if (action == u"search") focusSearch();
+}
+
+void QVController::focusSearch()
+{
+    _window->search->setFocus(Qt::ShortcutFocusReason);
+    _window->search->selectAll();
+}
+
+void QVController::customizeShortcuts()
+{
+    QSettings settings;
+    runCustomizeShortcuts(settings, _window->theme().accent, *_alerts, _window.get(),
+                          [](QVShortcutsDialog& dialog) { return dialog.exec(); });
 }
 
 void QVController::applicationDidBecomeActive()

@@ -23,7 +23,7 @@ class QVContextMenus;
 class QVEditCommands;
 class QVFilters;
 class QVInspectorRoom;
-class QVKeyRouter;
+class QVShortcutMonitor;
 class QVMainWindow;
 class QVPlayback;
 class QVPlayerPanel;
@@ -57,6 +57,10 @@ public:
     void applicationDidBecomeActive();
     void applicationWillTerminate();
     void showError(const char* error, const QString& title);
+    // The twelve keyboard actions by id ("play", "restart", …, "search").
+    void performShortcutAction(const QString& action);
+    void focusSearch();
+    void customizeShortcuts();
 
     qv::Database& database() const { return *_database; }
     qv::BrowseState& state() { return _state; }
@@ -98,7 +102,7 @@ private:
     QVSidebar* _sidebar = nullptr;
     QVFilters* _filters = nullptr;
     QVScanCoordinator* _scans = nullptr;
-    QVKeyRouter* _keys = nullptr;
+    QVShortcutMonitor* _keys = nullptr;
     QVAudioWarmup* _warmup = nullptr;
     QVEditCommands* _edits = nullptr;
     QVContextMenus* _menus = nullptr;

@@ -21,6 +21,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenuBar>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QUrl>
@@ -368,6 +369,39 @@ TEST_F(ControllerTest, ACorruptFileIsReportedInTheStatusLineAndTheWalkGoesOn)
         return playback().currentSample()->id == state().rows[3].id && playback().playbackState() == PlaybackState::Playing;
     }));
     EXPECT_TRUE(status().startsWith("Cannot preview Kick 03 broken.wav: ")) << "the skip says why";
+}
+
+TEST_F(ControllerTest, MenusAndKeysReachTheSearchFieldAndThePages)
+{
+    launch();
+    QVMainWindow& window = *controller->window();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    QStringList menus;
+    QAction* find = nullptr;
+    QAction* customize = nullptr;
+    for (QAction* menu : window.menuBar()->actions()) {
+        menus << menu->text();
+        for (QAction* item : menu->menu()->actions()) {
+            if (item->text() == "Find Samples") find = item;
+            if (item->text() == QString::fromUtf8("Customize Shortcuts\u2026")) customize = item;
+        }
+    }
+    EXPECT_EQ(menus.first(), "Quorvalinder");
+    EXPECT_EQ(menus.indexOf("Edit"), 1);
+    EXPECT_EQ(menus.last(), "Help");
+    ASSERT_NE(customize, nullptr);
+    ASSERT_NE(find, nullptr);
+
+    QTest::keyClick(window.table, Qt::Key_Right);
+    EXPECT_TRUE(waitFor([&] { return window.pageLabel->text() == "Page 2 of 2"; }));
+    window.search->setText("Kick");
+    find->trigger();
+    EXPECT_TRUE(window.search->hasFocus());
+    EXPECT_EQ(window.search->selectedText(), "Kick");
+    QTest::keyClick(window.search, Qt::Key_Left); // typing, not paging
+    EXPECT_EQ(window.search->cursorPosition(), 3);
+    EXPECT_EQ(window.pageLabel->text(), "Page 2 of 2");
 }
 
 } // namespace

@@ -1,6 +1,5 @@
-// Launch's decisions without a window: settings normalisation, sizes, centring, the
-// warm-up's silent WAV, and which keys the window acts on.
-#include "key_router.h"
+// Launch's decisions without a window: settings normalisation, sizes, centring and the
+// warm-up's silent WAV.
 #include "startup_logic.h"
 
 #include <QtEndian>
@@ -66,21 +65,6 @@ TEST(Warmup, SilentWaveIsATenthOfASecondOfMono16BitSilence)
     EXPECT_EQ(wav.mid(36, 4), "data");
     EXPECT_EQ(qFromLittleEndian<quint32>(p + 40), 8820u);
     EXPECT_EQ(wav.mid(44).count('\0'), 8820);
-}
-
-TEST(KeyRouter, SpaceAndArrowsOnlyWhenNotTypingAndNotHeld)
-{
-    using qv::KeyAction;
-    EXPECT_EQ(qv::keyAction(Qt::Key_Space, Qt::NoModifier, false, false), KeyAction::PlayPause);
-    EXPECT_EQ(qv::keyAction(Qt::Key_Down, Qt::NoModifier, false, false), KeyAction::NextSample);
-    EXPECT_EQ(qv::keyAction(Qt::Key_Up, Qt::KeypadModifier, false, false), KeyAction::PreviousSample);
-    EXPECT_EQ(qv::keyAction(Qt::Key_Space, Qt::NoModifier, true, false), KeyAction::None);
-    EXPECT_EQ(qv::keyAction(Qt::Key_Down, Qt::NoModifier, false, true), KeyAction::None);
-    EXPECT_EQ(qv::keyAction(Qt::Key_Down, Qt::ShiftModifier, false, false), KeyAction::None);
-    EXPECT_EQ(qv::keyAction(Qt::Key_F, Qt::ControlModifier, true, false), KeyAction::FindSamples);
-    EXPECT_EQ(qv::keyAction(Qt::Key_F, Qt::NoModifier, false, false), KeyAction::None);
-    EXPECT_EQ(qv::keyAction(Qt::Key_Left, Qt::NoModifier, false, false), KeyAction::SeekBackward);
-    EXPECT_EQ(qv::keyAction(Qt::Key_Right, Qt::NoModifier, true, false), KeyAction::None);
 }
 
 } // namespace
