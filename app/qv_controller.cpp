@@ -472,6 +472,7 @@ void QVController::wireFeatured()
     connect(grid, &QVFeaturedGrid::removeRequested, this, [this](int index) { _featured->remove(index); });
     connect(grid, &QVFeaturedGrid::avatarDropped, this,
             [this](int index, const QString& path) { _featured->setAvatar(index, path); });
+    connect(_scans, &QVScanCoordinator::fullScanMoved, _featured, &QVFeaturedItems::relinkFromMoves);
 }
 
 void QVController::wireInspector()

@@ -7,6 +7,7 @@
 #include "featured_items.h"
 #include "main_window.h"
 #include "qv_controller.h"
+#include "scan_coordinator.h"
 #include "sidebar.h"
 #include "sound_files.h"
 #include "temp_dir.h"
@@ -164,6 +165,26 @@ TEST_F(FeaturedGridTest, ShowsTheNewestTwoRowsOfTheConfiguredColumns)
     EXPECT_EQ(cell(2), QPoint(2, 0));
     EXPECT_EQ(cell(3), QPoint(0, 1));
     EXPECT_EQ(cell(5), QPoint(2, 1));
+}
+
+TEST_F(FeaturedGridTest, AFullScanTakesAFeaturedFolderToWhereItsFilesWent)
+{
+    QVFeaturedItems& featured = *controller->featured();
+    featured.addFolder(qpath(pack / "Kicks"));
+    fs::rename(pack / "Kicks", pack / "Kick Drums");
+
+    controller->scans()->scanRoots({QUrl::fromLocalFile(qpath(pack))}, false);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !controller->scans()->scanRunning(); }));
+    EXPECT_EQ(featured.entry(0).value("value").toString(), qpath(pack / "Kicks")) << "only a Full Scan relinks";
+
+    fs::rename(pack / "Kick Drums", pack / "Kicks");
+    controller->scans()->scanRoots({QUrl::fromLocalFile(qpath(pack))}, false);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !controller->scans()->scanRunning(); }));
+    fs::rename(pack / "Kicks", pack / "Kick Drums");
+    controller->scans()->scanRoots({QUrl::fromLocalFile(qpath(pack))}, true);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !controller->scans()->scanRunning(); }));
+    EXPECT_EQ(featured.entry(0).value("value").toString(), qpath(pack / "Kick Drums"));
+    EXPECT_EQ(grid().card(0)->toolTip(), qpath(pack / "Kick Drums"));
 }
 
 } // namespace
