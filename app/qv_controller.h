@@ -41,10 +41,10 @@ class QVController : public QObject {
     Q_OBJECT
 public:
     struct Options {
+        QString featuredAvatarDirectory; // empty: the per-user data path
         std::filesystem::path databasePath; // empty: the per-user data path
         bool warmUpAudio = true;
         bool useAudioDevice = true; // false: players run on a clock (tests, headless)
-        QString featuredAvatarDirectory; // empty: the per-user data path
     };
 
     static std::filesystem::path defaultDatabasePath();

@@ -77,10 +77,10 @@ protected:
         qv::LibraryScanner(db).scan(pack, {}, false);
         playlist = db.createPlaylist("Keepers");
 
-        controller = std::make_unique<QVController>(QVController::Options{.databasePath = databasePath,
+        controller = std::make_unique<QVController>(QVController::Options{.featuredAvatarDirectory = qpath(dir / "avatars"),
+                                                                          .databasePath = databasePath,
                                                                           .warmUpAudio = false,
-                                                                          .useAudioDevice = false,
-                                                                          .featuredAvatarDirectory = qpath(dir / "avatars")});
+                                                                          .useAudioDevice = false});
         controller->applicationDidFinishLaunching();
         ASSERT_TRUE(QTest::qWaitFor([&] { return controller->sidebar()->folderTreeLoaded(); }));
     }
