@@ -96,8 +96,7 @@ TEST_F(FeaturedItemsTest, AddsOnceKeepsThirtyTwoAndSurvivesAReload)
     EXPECT_EQ(items.entry(0).value("title").toString(), "Night Set");
     EXPECT_EQ(items.entry(31).value("title").toString(), "Thirty-third");
 
-    const QVFeaturedItems reread = make();
-    EXPECT_EQ(reread.items(), items.items());
+    EXPECT_EQ(make().items(), items.items());
 }
 
 TEST_F(FeaturedItemsTest, RenamingAsksTrimsAndIgnoresBlanksAndCancel)
@@ -122,6 +121,9 @@ TEST_F(FeaturedItemsTest, AvatarIsTheCentredSquareAndGoesWithItsEntry)
     QVFeaturedItems items = make();
     items.addFolder(QStringLiteral("/packs/Kicks"));
     items.addFolder(QStringLiteral("/packs/Hats"));
+    qv::testkit::writeFile(dir / "broken.png", "\x89PNG\r\n\x1a\n not really");
+    for (const char* unreadable : {"broken.png", "missing.png"}) EXPECT_FALSE(items.setAvatar(1, qpath(dir / unreadable)));
+    EXPECT_FALSE(fs::exists(dir / "avatars" / (items.entry(1).value("uuid").toString().toStdString() + ".png")));
 
     // 1000 x 500: red margins of 250 either side of a blue centre.
     QImage wide(1000, 500, QImage::Format_RGB32);
@@ -146,24 +148,6 @@ TEST_F(FeaturedItemsTest, AvatarIsTheCentredSquareAndGoesWithItsEntry)
     EXPECT_FALSE(QFileInfo::exists(avatarPath));
     EXPECT_EQ(items.count(), 1);
     EXPECT_FALSE(items.remove(1));
-}
-
-TEST_F(FeaturedItemsTest, UnreadableImagesLeaveTheEntryAlone)
-{
-    QVFeaturedItems items = make();
-    items.addFolder(QStringLiteral("/packs/Kicks"));
-    qv::testkit::writeFile(dir / "broken.png", "\x89PNG\r\n\x1a\n not really");
-    qv::testkit::writeFile(dir / "notes.txt", "liner notes");
-    int emitted = 0;
-    QObject::connect(&items, &QVFeaturedItems::changed, [&] { ++emitted; });
-
-    EXPECT_FALSE(items.setAvatar(0, qpath(dir / "broken.png")));
-    EXPECT_FALSE(items.setAvatar(0, qpath(dir / "notes.txt")));
-    EXPECT_FALSE(items.setAvatar(0, qpath(dir / "missing.png")));
-    EXPECT_FALSE(items.setAvatar(4, qpath(dir / "broken.png")));
-    EXPECT_EQ(emitted, 0);
-    EXPECT_FALSE(items.entry(0).contains("avatar"));
-    EXPECT_FALSE(fs::exists(dir / "avatars") && !fs::is_empty(dir / "avatars"));
 }
 
 TEST_F(FeaturedItemsTest, FoldersFollowTheirFilesOnlyToOnePlace)
@@ -201,7 +185,6 @@ TEST_F(FeaturedItemsTest, FoldersFollowTheirFilesOnlyToOnePlace)
     EXPECT_EQ(reread.entry(2).value("value").toString(), qpath(dir / "Stays"));
     EXPECT_EQ(reread.entry(3).value("value").toLongLong(), 3);
     EXPECT_EQ(reread.entry(4).value("value").toString(), qpath(dir / "Gone"));
-    EXPECT_EQ(items.items(), reread.items());
 
     // Nothing left to follow: a second pass changes nothing.
     EXPECT_FALSE(items.relinkFromMoves(moved));
