@@ -204,6 +204,10 @@ QMenu* QVContextMenus::folderMenu(const QString& path, bool libraryRoot, QWidget
     menu->addSeparator();
     connect(menu->addAction(QStringLiteral("Open at Launch")), &QAction::triggered, this,
             [this, path] { _sidebar.setFolderOpenAtLaunch(path); });
+    if (_hooks.featureFolder) {
+        connect(menu->addAction(QStringLiteral("Add to Featured")), &QAction::triggered, this,
+                [this, path] { _hooks.featureFolder(path); });
+    }
     connect(menu->addAction(QStringLiteral("Show in Folder")), &QAction::triggered, this,
             [this, path] { _hooks.showInFolder(path); });
     if (libraryRoot) {
@@ -230,6 +234,13 @@ QMenu* QVContextMenus::playlistMenu(std::int64_t playlistId, QWidget* parent)
     auto* menu = new QMenu(parent);
     connect(menu->addAction(QStringLiteral("Open at Launch")), &QAction::triggered, this,
             [this, playlistId] { _sidebar.setPlaylistOpenAtLaunch(playlistId); });
+    if (_hooks.featurePlaylist) {
+        connect(menu->addAction(QStringLiteral("Add to Featured")), &QAction::triggered, this, [this, playlistId] {
+            for (const qv::Playlist& playlist : _sidebar.playlists()) {
+                if (playlist.id == playlistId) _hooks.featurePlaylist(playlistId, qs(playlist.name));
+            }
+        });
+    }
     menu->addSeparator();
     connect(menu->addAction(QStringLiteral("Delete Playlist\u2026")), &QAction::triggered, this,
             [this, playlistId] { _edits.deletePlaylist(playlistId); });

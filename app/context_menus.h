@@ -44,6 +44,8 @@ public:
         std::function<void(const QString& path, bool force)> rescanLibrary;
         std::function<void(std::int64_t libraryId, const QString& path)> removeLibrary;
         std::function<void(int row)> toggleFavorite;
+        std::function<void(const QString& folder)> featureFolder;                 // "Add to Featured"
+        std::function<void(std::int64_t playlistId, const QString& name)> featurePlaylist;
     };
 
     QVContextMenus(qv::Database& database, qv::BrowseState& state, QVEditCommands& edits, QVSidebar& sidebar,

@@ -1,5 +1,6 @@
 #include "main_window.h"
 
+#include "featured_grid.h"
 #include "filter_chips.h"
 #include "icons.h"
 #include "inspector.h"
@@ -382,20 +383,15 @@ void QVMainWindow::buildEmptyState()
 
 void QVMainWindow::buildDiscoveryArea()
 {
-    // The featured sets arrive with their own work; until then a quiet strip says what
-    // the space is for instead of leaving a hole.
+    // The featured sets: a quiet line until the first is pinned, then two rows of cards
+    // at most, so that the results keep most of the height.
     discovery = new QWidget(this);
     discovery->setObjectName(QStringLiteral("discovery"));
     discovery->setAttribute(Qt::WA_StyledBackground);
     auto* row = new QHBoxLayout(discovery);
     row->setContentsMargins(14, 10, 14, 10);
-    auto* title = new QLabel(QStringLiteral("Featured"), discovery);
-    title->setObjectName(QStringLiteral("discoveryTitle"));
-    auto* hint = new QLabel(QStringLiteral("Pin your favourite folders and playlists here for one-click access."), discovery);
-    hint->setObjectName(QStringLiteral("caption"));
-    row->addWidget(title);
-    row->addSpacing(12);
-    row->addWidget(hint, 1);
+    featuredGrid = new QVFeaturedGrid(_theme, discovery);
+    row->addWidget(featuredGrid);
     _mainLayout->insertWidget(_mainLayout->indexOf(_headerRow), discovery);
 }
 

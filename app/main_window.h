@@ -22,6 +22,7 @@ class QVBreadcrumbBar;
 class QVFolderTreeView;
 class QVPlaylistList;
 class QVFilterBar;
+class QVFeaturedGrid;
 class QHBoxLayout;
 class QVInspector;
 class QVPlayerPanel;
@@ -87,6 +88,7 @@ public:
     QWidget* empty = nullptr;
     QPushButton* emptyAddButton = nullptr;
     QWidget* discovery = nullptr;
+    QVFeaturedGrid* featuredGrid = nullptr;
     QVPlayerPanel* player = nullptr;
     QVInspector* inspector = nullptr;
     QToolButton* inspectorToggle = nullptr;

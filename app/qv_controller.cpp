@@ -5,6 +5,8 @@
 #include "app_menu.h"
 #include "context_menus.h"
 #include "desktop_actions.h"
+#include "featured_grid.h"
+#include "featured_items.h"
 #include "edit_commands.h"
 #include "filter_chips.h"
 #include "inspector.h"
@@ -81,6 +83,7 @@ QVController::~QVController()
         std::_Exit(0);
     }
     delete _inspector;
+    delete _featured;
     delete _menus;
     delete _edits;
     delete _keys;
@@ -144,6 +147,7 @@ void QVController::applicationDidFinishLaunching()
     wireRooms();
     wireEdits();
     wireInspector();
+    wireFeatured();
     installShortcutMenu(*_window, [this] { customizeShortcuts(); }); // last in the menu bar, after "View"
 
     // 18. The waveform notifications.
@@ -459,6 +463,8 @@ void QVController::wireEdits()
     };
     menuHooks.removeLibrary = [this](std::int64_t id, const QString&) { _scans->removeLibrary(id, *_alerts); };
     menuHooks.toggleFavorite = [this](int row) { _edits->toggleFavorite(row); };
+    menuHooks.featureFolder = [this](const QString& folder) { _featured->addFolder(folder); };
+    menuHooks.featurePlaylist = [this](std::int64_t id, const QString& name) { _featured->addPlaylist(id, name); };
     _menus = new QVContextMenus(*_database, _state, *_edits, *_sidebar, menuHooks);
 
     connect(w.table, &QVResultsView::contextMenuRequested, _menus, [this](int row, const QPoint& where) {
@@ -483,6 +489,31 @@ void QVController::wireEdits()
             _menus->popup(_menus->favoritesMenu(_window.get()), button->mapToGlobal(at));
         });
     }
+}
+
+void QVController::wireFeatured()
+{
+    // The grid shows the stored sets; a card opens its folder or playlist in the sidebar.
+    QVFeaturedGrid* grid = _window->featuredGrid;
+    _featured = new QVFeaturedItems(_options.featuredAvatarDirectory.isEmpty() ? QVFeaturedItems::defaultAvatarDirectory()
+                                                                               : _options.featuredAvatarDirectory);
+    const auto reload = [this, grid] { grid->setEntries(_featured->items(), _featured->columns()); };
+    connect(_featured, &QVFeaturedItems::changed, grid, reload);
+    reload();
+    connect(grid, &QVFeaturedGrid::openRequested, this, [this](int index) {
+        const QVariantMap entry = _featured->entry(index);
+        const QVariant value = entry.value(QStringLiteral("value"));
+        if (entry.value(QStringLiteral("kind")).toString() == QLatin1String("folder")) {
+            _sidebar->navigateToFolderPath(value.toString(), true);
+        } else if (entry.value(QStringLiteral("kind")).toString() == QLatin1String("playlist")) {
+            _sidebar->selectPlaylist(value.toLongLong());
+        }
+    });
+    connect(grid, &QVFeaturedGrid::renameRequested, this, [this](int index) { _featured->renameAsking(index, *_alerts); });
+    connect(grid, &QVFeaturedGrid::removeRequested, this, [this](int index) { _featured->remove(index); });
+    connect(grid, &QVFeaturedGrid::avatarDropped, this,
+            [this](int index, const QString& path) { _featured->setAvatar(index, path); });
+    connect(_scans, &QVScanCoordinator::fullScanMoved, _featured, &QVFeaturedItems::relinkFromMoves);
 }
 
 void QVController::wireInspector()

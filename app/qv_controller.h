@@ -21,6 +21,7 @@ class QVReplaceableAlerts;
 class QVAudioWarmup;
 class QVContextMenus;
 class QVEditCommands;
+class QVFeaturedItems;
 class QVFilters;
 class QVInspectorRoom;
 class QVShortcutMonitor;
@@ -40,6 +41,7 @@ class QVController : public QObject {
     Q_OBJECT
 public:
     struct Options {
+        QString featuredAvatarDirectory; // empty: the per-user data path
         std::filesystem::path databasePath; // empty: the per-user data path
         bool warmUpAudio = true;
         bool useAudioDevice = true; // false: players run on a clock (tests, headless)
@@ -70,6 +72,7 @@ public:
     QVSidebar* sidebar() const { return _sidebar; }
     QVEditCommands* edits() const { return _edits; }
     QVContextMenus* menus() const { return _menus; }
+    QVFeaturedItems* featured() const { return _featured; }
     QVInspectorRoom* inspector() const { return _inspector; }
     // Tests answer the questions instead of a person.
     void setAlerts(std::unique_ptr<QVAlerts> alerts);
@@ -89,6 +92,7 @@ private:
     void wireRooms();
     void wireEdits();
     void wireInspector();
+    void wireFeatured();
     void recordNavigationEvent(const char* event);
     void step(const char* name);
 
@@ -106,6 +110,7 @@ private:
     QVAudioWarmup* _warmup = nullptr;
     QVEditCommands* _edits = nullptr;
     QVContextMenus* _menus = nullptr;
+    QVFeaturedItems* _featured = nullptr;
     QVInspectorRoom* _inspector = nullptr;
     std::unique_ptr<QVReplaceableAlerts> _alerts;
     QSize _contentSize;

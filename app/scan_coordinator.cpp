@@ -96,6 +96,7 @@ void QVScanCoordinator::scanRoots(const QList<QUrl>& urls, bool force)
                 emit self->scanFinished();
                 emit self->statusMessage(QString::fromStdString(errors.empty() ? qv::scanCompleteMessage(total, force)
                                                                                : qv::scanAttentionMessage(errors)));
+                if (force && !total.moved.empty()) emit self->fullScanMoved(total.moved);
             },
             Qt::QueuedConnection);
     });

@@ -40,6 +40,8 @@ public:
     void removeLibrary(std::int64_t libraryId, QVAlerts& alerts);
 
 signals:
+    // A Full Scan's relinked files, (old path, new path): featured folders follow them.
+    void fullScanMoved(const std::vector<std::pair<std::string, std::string>>& moved);
     void statusMessage(const QString& text);
     void scanFinished(); // reload the sidebars and refresh the results
     void libraryRemoved(); // likewise
