@@ -485,10 +485,13 @@ QVFilterBar::QVFilterBar(const qv::WindowTheme& theme, QWidget* parent)
     row->addSpacing(4);
     row->addWidget(clearFilters);
     row->addWidget(quickFiltersToggle);
-    row->addStretch(1);
     statusLabel = new QLabel(this);
     statusLabel->setObjectName(QStringLiteral("status"));
-    row->addWidget(statusLabel);
+    // A long status (a scan's summary) gives way to the chips instead of widening the
+    // window past a small screen.
+    statusLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    statusLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    row->addWidget(statusLabel, 1);
     // The start-up check's progress, at the right end of the status line while it runs.
     libraryScanProgress = new QProgressBar(this);
     libraryScanProgress->setObjectName(QStringLiteral("libraryScanProgress"));

@@ -241,3 +241,17 @@ TEST_F(SidebarWindowTest, TheInspectorFollowsTheSelectionAndRevealsTheSampleFold
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(SidebarWindowTest, TheWindowFitsASmallLaptopScreenWithTheInspectorOpen)
+{
+    launch();
+    controller->inspector()->setVisible(true);
+    window().setStatus(QStringLiteral("Library check: 12345 new \u2022 678 updated \u2022 9 stale entries removed \u2022 1 "
+                                      "libraries need attention"));
+    EXPECT_LE(window().minimumSizeHint().width(), 1366);
+    EXPECT_LE(window().minimumSizeHint().height(), 768);
+}
+
+} // namespace
