@@ -6,9 +6,8 @@
 
 class QVMainWindow;
 
-// `settingsChanged` runs when Settings saved a change that applies at once (the audio
-// output device, reduced motion).
-void buildApplicationMenu(QVMainWindow& window, std::function<void()> settingsChanged = {});
+// "Settings…" runs `openSettings`.
+void buildApplicationMenu(QVMainWindow& window, std::function<void()> openSettings = {});
 // "Help" with "Customize Shortcuts…", unless the menu bar has a "Help" menu already.
 void installShortcutMenu(QVMainWindow& window, std::function<void()> customize);
 // "Edit" after the application menu, ending in "Find Samples"; and the search field's own

@@ -184,8 +184,16 @@ QVFeaturedGrid::QVFeaturedGrid(const qv::WindowTheme& theme, QWidget* parent)
     setEntries({}, qv::featuredColumns(0));
 }
 
+void QVFeaturedGrid::setTheme(const qv::WindowTheme& theme)
+{
+    _theme = theme;
+    setEntries(QVariantList(_entries), _columns);
+}
+
 void QVFeaturedGrid::setEntries(const QVariantList& entries, int columns)
 {
+    _entries = entries;
+    _columns = columns;
     qDeleteAll(_cards);
     _cards.clear();
     for (int column = 0; column < _cardGrid->columnCount(); ++column) _cardGrid->setColumnStretch(column, 0);

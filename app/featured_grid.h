@@ -58,6 +58,8 @@ public:
 
     // The whole stored list; the newest `columns` x 2 are shown, oldest first.
     void setEntries(const QVariantList& entries, int columns);
+    void setTheme(const qv::WindowTheme& theme); // cards redrawn, initials retinted
+    int columns() const { return _columns; }
     int shownCount() const { return int(_cards.size()); }
     QVFeaturedCard* card(int shown) const { return _cards.at(shown); }
     int indexOfCard(int shown) const { return _firstShown + shown; }
@@ -77,5 +79,7 @@ private:
     QWidget* _cardArea = nullptr;
     QGridLayout* _cardGrid = nullptr;
     QList<QVFeaturedCard*> _cards;
+    QVariantList _entries;
+    int _columns = 0;
     int _firstShown = 0;
 };

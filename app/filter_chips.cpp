@@ -111,6 +111,12 @@ QVFilterChip::QVFilterChip(int tag, const QString& filterName, const qv::WindowT
     connect(_resetButton, &QToolButton::clicked, this, [this] { emit resetPressed(_tag); });
 }
 
+void QVFilterChip::setTheme(const qv::WindowTheme& theme)
+{
+    _theme = theme;
+    update();
+}
+
 void QVFilterChip::showValue(const QString& value)
 {
     _selectedValue = value;
@@ -404,13 +410,18 @@ QVQuickFilterRow::QVQuickFilterRow(const QString& caption, const qv::WindowTheme
     _empty->setObjectName(QStringLiteral("quickEmpty"));
     _empty->setFixedWidth(260);
     _empty->setFixedHeight(qv::kQuickFilterHeight);
-    QPalette quiet = _empty->palette();
-    quiet.setColor(QPalette::WindowText, theme.mutedText);
-    _empty->setPalette(quiet);
+    setTheme(theme);
     _chipLayout->addWidget(_empty);
     _chipLayout->addStretch(1);
     scroll->setWidget(_content);
     row->addWidget(scroll, 1);
+}
+
+void QVQuickFilterRow::setTheme(const qv::WindowTheme& theme)
+{
+    QPalette quiet = _empty->palette();
+    quiet.setColor(QPalette::WindowText, theme.mutedText);
+    _empty->setPalette(quiet);
 }
 
 void QVQuickFilterRow::setChips(const std::vector<Chip>& chips)
@@ -449,12 +460,21 @@ QList<QPushButton*> QVQuickFilterRow::chipButtons() const
     return QList<QPushButton*>(_buttons.begin(), _buttons.end());
 }
 
+void QVStatusLabel::paintEvent(QPaintEvent*)
+{
+    // Cut at the end, never the start: "…need attention" alone would mislead.
+    QPainter painter(this);
+    painter.setPen(palette().color(foregroundRole()));
+    const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+    painter.drawText(contentsRect(), static_cast<int>(alignment()), shown);
+    setToolTip(shown == text() ? QString() : text());
+}
+
 QVFilterBar::QVFilterBar(const qv::WindowTheme& theme, QWidget* parent)
     : QWidget(parent)
     , _theme(theme)
 {
     setObjectName(QStringLiteral("filterBar"));
-    setStyleSheet(barStyleSheet(theme));
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(8);
@@ -476,7 +496,6 @@ QVFilterBar::QVFilterBar(const qv::WindowTheme& theme, QWidget* parent)
     clearFilters->setCursor(Qt::PointingHandCursor);
     quickFiltersToggle = new QToolButton(this);
     quickFiltersToggle->setObjectName(QStringLiteral("quickToggle"));
-    quickFiltersToggle->setIcon(qv::symbolIcon(QStringLiteral("view-filter"), theme.mutedText.lighter(120)));
     quickFiltersToggle->setIconSize(QSize(16, 16));
     quickFiltersToggle->setCheckable(true);
     quickFiltersToggle->setFocusPolicy(Qt::NoFocus);
@@ -485,7 +504,7 @@ QVFilterBar::QVFilterBar(const qv::WindowTheme& theme, QWidget* parent)
     row->addSpacing(4);
     row->addWidget(clearFilters);
     row->addWidget(quickFiltersToggle);
-    statusLabel = new QLabel(this);
+    statusLabel = new QVStatusLabel(this);
     statusLabel->setObjectName(QStringLiteral("status"));
     // A long status (a scan's summary) gives way to the chips instead of widening the
     // window past a small screen.
@@ -511,6 +530,17 @@ QVFilterBar::QVFilterBar(const qv::WindowTheme& theme, QWidget* parent)
     rows->addWidget(instrumentRow);
     _quickFilters->hide();
     column->addWidget(_quickFilters);
+    setTheme(theme);
+}
+
+void QVFilterBar::setTheme(const qv::WindowTheme& theme)
+{
+    _theme = theme;
+    setStyleSheet(barStyleSheet(theme));
+    quickFiltersToggle->setIcon(qv::symbolIcon(QStringLiteral("view-filter"), theme.mutedText.lighter(120)));
+    for (QVFilterChip* chip : _chips) chip->setTheme(theme);
+    genreRow->setTheme(theme);
+    instrumentRow->setTheme(theme);
 }
 
 void QVFilterBar::setQuickFiltersRevealed(bool revealed)

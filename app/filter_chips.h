@@ -9,6 +9,7 @@
 
 #include <QFrame>
 #include <QPointer>
+#include <QLabel>
 #include <QPushButton>
 #include <QStringList>
 
@@ -16,7 +17,6 @@
 #include <optional>
 #include <vector>
 
-class QLabel;
 class QProgressBar;
 class QLineEdit;
 class QListWidget;
@@ -42,6 +42,7 @@ public:
     void setPreservesTitle(bool preserves) { _preservesTitle = preserves; }
 
     void showValue(const QString& value);
+    void setTheme(const qv::WindowTheme& theme);
     QSize sizeHint() const override;
 
 signals:
@@ -131,6 +132,7 @@ public:
     void setPending();
     QList<QPushButton*> chipButtons() const;
     QLabel* emptyLabel() const { return _empty; }
+    void setTheme(const qv::WindowTheme& theme);
 
 signals:
     void chosen(int tag, const QString& value);
@@ -142,6 +144,16 @@ private:
     std::vector<QPushButton*> _buttons;
 };
 
+// The status line: a long text is cut at its end and shown whole in the tooltip.
+class QVStatusLabel : public QLabel {
+    Q_OBJECT
+public:
+    using QLabel::QLabel;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
 // The row above the results: the chips, "Clear Filters", the quick-filter toggle and the
 // status line; below it, hidden until revealed, the two quick-filter rows.
 class QVFilterBar : public QWidget {
@@ -151,6 +163,7 @@ public:
 
     QVFilterChip* chip(int index) const { return _chips[static_cast<std::size_t>(index)]; }
     const qv::WindowTheme& theme() const { return _theme; }
+    void setTheme(const qv::WindowTheme& theme);
     void setQuickFiltersRevealed(bool revealed);
     bool quickFiltersRevealed() const;
 

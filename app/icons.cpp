@@ -120,6 +120,12 @@ QPixmap drawn(const QString& name, const QColor& color)
         p.setBrush(color);
         p.drawEllipse(QPointF(16, 10.5), 1.7, 1.7);
         p.drawLine(QPointF(16, 15), QPointF(16, 22.5));
+    } else if (name == QLatin1String("view-sidebar")) {
+        p.setBrush(Qt::NoBrush);
+        p.drawRoundedRect(QRectF(4, 6, 24, 20), 3, 3);
+        p.drawLine(QPointF(12, 6), QPointF(12, 26));
+        p.drawLine(QPointF(6.5, 11), QPointF(9.5, 11));
+        p.drawLine(QPointF(6.5, 15), QPointF(9.5, 15));
     } else {
         p.setBrush(Qt::NoBrush);
         p.drawEllipse(QRectF(9, 9, 14, 14));

@@ -32,6 +32,13 @@ public:
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     }
 
+    void setColors(const QColor& fill, const QColor& track)
+    {
+        _fill = fill;
+        _track = track;
+        update();
+    }
+
     void setFraction(double fraction)
     {
         _fraction = std::clamp(fraction, 0.0, 1.0);
@@ -157,7 +164,6 @@ QVInspector::QVInspector(const qv::WindowTheme& theme, QWidget* parent)
     setObjectName(QStringLiteral("inspector"));
     setAttribute(Qt::WA_StyledBackground);
     setFixedWidth(kWidth);
-    setStyleSheet(styleSheetFor(theme));
     _pool.setMaxThreadCount(1);
     _pool.setObjectName(QStringLiteral("com.ostrelle.quorvalinder.inspector"));
 
@@ -175,8 +181,7 @@ QVInspector::QVInspector(const qv::WindowTheme& theme, QWidget* parent)
     emptyHeading->setParent(empty);
     emptyLayout->addWidget(emptyHeading);
     emptyLayout->addStretch();
-    auto* emptyIcon = new QLabel(empty);
-    emptyIcon->setPixmap(qv::symbolIcon(QStringLiteral("audio-x-generic"), theme.mutedText).pixmap(36, 36));
+    auto* emptyIcon = _emptyIcon = new QLabel(empty);
     emptyIcon->setAlignment(Qt::AlignCenter);
     auto* emptyTitle = label(QStringLiteral("inspectorEmptyTitle"), tr("No Sample Selected"));
     auto* emptyLine = label(QStringLiteral("inspectorEmptyLine"),
@@ -313,9 +318,8 @@ QVInspector::QVInspector(const qv::WindowTheme& theme, QWidget* parent)
     scoreGrid->setContentsMargins(0, 4, 0, 2);
     scoreGrid->setHorizontalSpacing(10);
     scoreGrid->setVerticalSpacing(4);
-    const QColor track = theme.panel.lighter(150);
-    _loopBar = new qv::ScoreBar(theme.accent.lighter(125), track, _scores);
-    _oneShotBar = new qv::ScoreBar(kOneShotColor, track, _scores);
+    _loopBar = new qv::ScoreBar(theme.accent.lighter(125), theme.panel.lighter(150), _scores);
+    _oneShotBar = new qv::ScoreBar(kOneShotColor, theme.panel.lighter(150), _scores);
     _loopScore = label(QStringLiteral("inspectorValue"));
     _oneShotScore = label(QStringLiteral("inspectorValue"));
     for (QLabel* l : {_loopScore, _oneShotScore}) {
@@ -346,7 +350,17 @@ QVInspector::QVInspector(const qv::WindowTheme& theme, QWidget* parent)
     connect(_showInFolder, &QPushButton::clicked, this, [this] { emit showInFolderRequested(_filePath); });
     connect(_revealFolder, &QPushButton::clicked, this, [this] { emit revealFolderRequested(_folderPath); });
 
+    setTheme(theme);
     clear();
+}
+
+void QVInspector::setTheme(const qv::WindowTheme& theme)
+{
+    _theme = theme;
+    setStyleSheet(styleSheetFor(theme));
+    _emptyIcon->setPixmap(qv::symbolIcon(QStringLiteral("audio-x-generic"), theme.mutedText).pixmap(36, 36));
+    _loopBar->setColors(theme.accent.lighter(125), theme.panel.lighter(150));
+    _oneShotBar->setColors(kOneShotColor, theme.panel.lighter(150));
 }
 
 QVInspector::~QVInspector()

@@ -39,6 +39,7 @@ public:
     void showSample(const qv::Sample& sample, const qv::InspectorRecord& record);
     // The empty state.
     void clear();
+    void setTheme(const qv::WindowTheme& theme);
 
     std::optional<std::int64_t> sampleId() const { return _sampleId; }
     bool analysisPending() const { return _pending; }
@@ -57,6 +58,7 @@ private:
     QLabel* label(const QString& objectName, const QString& text = {});
 
     qv::WindowTheme _theme;
+    QLabel* _emptyIcon = nullptr;
     QStackedWidget* _stack;
     QLabel* _name;
     QLabel* _favorite;

@@ -52,7 +52,8 @@ void QVInspectorRoom::apply(bool visible)
     const QSignalBlocker quietAction(_toggle);
     _window.inspectorToggle->setChecked(visible);
     _toggle->setChecked(visible);
-    _window.inspector->setVisible(visible);
+    // The compact layout has no room beside the results; the choice waits for the desktop.
+    _window.inspector->setVisible(visible && _window.layoutMode() == 1);
     if (visible) showSelectedNow();
 }
 

@@ -14,7 +14,9 @@ int QuorvalinderRun(int argc, char** argv)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Quorvalinder"));
     QGuiApplication::setDesktopFileName(QStringLiteral("quorvalinder"));
 
-    QVController controller(QVController::Options{.checkLibrariesAtStartup = true});
+    QVController::Options options;
+    options.checkLibrariesAtStartup = true;
+    QVController controller(options);
     controller.applicationDidFinishLaunching();
     return app.exec();
 }

@@ -30,6 +30,7 @@
 #include <QTimer>
 #include <QToolButton>
 #include <QResizeEvent>
+#include <QSignalBlocker>
 #include <QTreeWidget>
 
 namespace {
@@ -77,6 +78,7 @@ QPushButton#pill:hover, QPushButton#pager:hover { background: %4; }
 QPushButton#pager:disabled { color: #6e6a7a; background: transparent; }
 QPushButton#header { border: none; background: transparent; color: %5; font-weight: 600; padding: 2px 6px; text-align: left; }
 QPushButton#header:hover { color: white; }
+QPushButton#header:disabled { color: %5; }
 QTreeWidget, QListWidget { background: transparent; border: none; }
 QTreeWidget::item, QListWidget::item { padding: 3px 2px; border-radius: 5px; }
 QTreeWidget::item:selected, QListWidget::item:selected { background: %1; color: white; }
@@ -112,9 +114,6 @@ QVMainWindow::QVMainWindow(const qv::WindowTheme& theme, qv::WaveformQueue& wave
     setWindowTitle(QString::fromUtf8(qv::kWindowTitle));
     setAcceptDrops(true);
     setStyleSheet(styleSheetFor(theme));
-    QPalette palette = this->palette();
-    palette.setColor(QPalette::Window, theme.background);
-    setPalette(palette);
 
     // Launch step 7: the root view; every panel goes inside it.
     auto* root = new QWidget(this);
@@ -159,6 +158,7 @@ QPushButton* QVMainWindow::sidebarButton(const QString& text, const QString& sym
 {
     auto* button = new QPushButton(qv::symbolIcon(symbol, _theme.mutedText), text, _sidebar);
     button->setObjectName(QStringLiteral("nav"));
+    button->setProperty("symbol", symbol); // drawn again in a new theme
     button->setCheckable(true);
     button->setFocusPolicy(Qt::NoFocus);
     button->setCursor(Qt::PointingHandCursor);
@@ -168,9 +168,8 @@ QPushButton* QVMainWindow::sidebarButton(const QString& text, const QString& sym
 void QVMainWindow::buildBrandHeader()
 {
     auto* row = new QHBoxLayout;
-    auto* icon = new QLabel(_sidebar);
-    const QPixmap mark = qv::brandMark(28, _theme.accent);
-    icon->setPixmap(mark);
+    auto* icon = _brandIcon = new QLabel(_sidebar);
+    icon->setPixmap(qv::brandMark(28, _theme.accent));
     auto* brand = new QLabel(QStringLiteral("QUORVALINDER"), _sidebar);
     brand->setObjectName(QStringLiteral("brand"));
     row->addWidget(icon);
@@ -261,10 +260,21 @@ void QVMainWindow::buildSidebar()
 void QVMainWindow::buildSearchRow()
 {
     auto* row = new QHBoxLayout;
+    sidebarToggle = new QToolButton(this);
+    sidebarToggle->setObjectName(QStringLiteral("sidebarToggle"));
+    sidebarToggle->setIcon(qv::symbolIcon(QStringLiteral("view-sidebar"), _theme.mutedText));
+    sidebarToggle->setIconSize(QSize(20, 20));
+    sidebarToggle->setCheckable(true);
+    sidebarToggle->setAutoRaise(true);
+    sidebarToggle->setFocusPolicy(Qt::NoFocus);
+    sidebarToggle->setToolTip(QStringLiteral("Library, folders and playlists"));
+    sidebarToggle->setVisible(false);
+    connect(sidebarToggle, &QToolButton::toggled, this, &QVMainWindow::setSidebarOpen);
+    row->addWidget(sidebarToggle);
     search = new QLineEdit(this);
     search->setObjectName(QStringLiteral("search"));
     search->setPlaceholderText(QStringLiteral("Search samples\u2026"));
-    search->addAction(qv::symbolIcon(QStringLiteral("edit-find"), _theme.mutedText), QLineEdit::LeadingPosition);
+    _searchIcon = search->addAction(qv::symbolIcon(QStringLiteral("edit-find"), _theme.mutedText), QLineEdit::LeadingPosition);
     search->setAttribute(Qt::WA_MacShowFocusRect, false);
     search->setClearButtonEnabled(false);
     clearSearch = new QToolButton(this);
@@ -399,6 +409,7 @@ void QVMainWindow::setPlayerPanel(QVPlayerPanel* panel)
 {
     player = panel;
     panel->setParent(centralWidget());
+    panel->setCompact(_layoutMode == 0);
     _outerLayout->addWidget(panel);
 }
 
@@ -408,12 +419,66 @@ void QVMainWindow::setInspector(QVInspector* panel)
     _body->addWidget(panel);
 }
 
+void QVMainWindow::setTheme(const qv::WindowTheme& theme)
+{
+    _theme = theme;
+    setStyleSheet(styleSheetFor(theme));
+    if (_brandIcon) _brandIcon->setPixmap(qv::brandMark(28, theme.accent));
+    if (_searchIcon) _searchIcon->setIcon(qv::symbolIcon(QStringLiteral("edit-find"), theme.mutedText));
+    for (const TaggedButton& nav : navButtons) {
+        nav.button->setIcon(qv::symbolIcon(nav.button->property("symbol").toString(), theme.mutedText));
+    }
+    if (newPlaylistButton) newPlaylistButton->setIcon(qv::symbolIcon(QStringLiteral("list-add"), theme.mutedText));
+    if (inspectorToggle) inspectorToggle->setIcon(qv::symbolIcon(QStringLiteral("help-about"), theme.mutedText));
+    if (sidebarToggle) sidebarToggle->setIcon(qv::symbolIcon(QStringLiteral("view-sidebar"), theme.mutedText));
+    if (folderTree) folderTree->setIconTint(theme.mutedText);
+    if (filterBar) filterBar->setTheme(theme);
+    if (featuredGrid) featuredGrid->setTheme(theme);
+    if (inspector) inspector->setTheme(theme);
+    // Rows, waveforms and the player read the table when they paint.
+    for (QWidget* child : findChildren<QWidget*>()) child->update();
+}
+
+void QVMainWindow::setLayoutMode(int mode)
+{
+    _layoutMode = mode == 0 ? 0 : 1;
+    const bool desktop = _layoutMode == 1;
+    sidebarToggle->setVisible(!desktop);
+    setSidebarOpen(desktop);
+    if (discovery) discovery->setVisible(desktop);
+    for (QPushButton* header : {filenameHeader, timeHeader, bpmHeader}) {
+        header->setEnabled(desktop);
+        header->setCursor(desktop ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    }
+    paginationGroup->setVisible(desktop);
+    inspectorToggle->setVisible(desktop);
+    if (inspector) inspector->setVisible(desktop && !emptyStateVisible() && inspectorToggle->isChecked());
+    if (player) player->setCompact(!desktop);
+    // The new minimum size now, so that a resize right after is not held to the old one.
+    centralWidget()->layout()->activate();
+    layout()->activate();
+}
+
+void QVMainWindow::setSidebarOpen(bool open)
+{
+    _sidebar->setVisible(open || _layoutMode == 1);
+    if (sidebarToggle->isChecked() != open) {
+        const QSignalBlocker quiet(sidebarToggle);
+        sidebarToggle->setChecked(open && _layoutMode == 0);
+    }
+}
+
+bool QVMainWindow::sidebarOpen() const
+{
+    return !_sidebar->isHidden();
+}
+
 void QVMainWindow::setEmptyStateVisible(bool visible)
 {
     _resultsStack->setCurrentWidget(visible ? empty : static_cast<QWidget*>(table));
     _headerRow->setVisible(!visible);
     // Before the first folder there is nothing to inspect; the panel comes back with it.
-    if (inspector) inspector->setVisible(!visible && inspectorToggle->isChecked());
+    if (inspector) inspector->setVisible(!visible && _layoutMode == 1 && inspectorToggle->isChecked());
 }
 
 bool QVMainWindow::emptyStateVisible() const

@@ -10,6 +10,7 @@
 
 #include <vector>
 
+class QAction;
 class QFrame;
 class QLabel;
 class QLineEdit;
@@ -51,11 +52,20 @@ public:
     void setPlayerPanel(QVPlayerPanel* panel);
     void setInspector(QVInspector* panel); // at the right of the results
 
+    // 1 desktop; 0 compact vertical: the sidebar becomes a drawer opened from the
+    // search row, the featured sets and the inspector step aside, sorting is off.
+    void setLayoutMode(int mode);
+    int layoutMode() const { return _layoutMode; }
+    void setSidebarOpen(bool open); // the drawer; the desktop layout always shows it
+    bool sidebarOpen() const;
+
     void setEmptyStateVisible(bool visible);
     bool emptyStateVisible() const;
     void setStatus(const QString& text);
     QString status() const;
     const qv::WindowTheme& theme() const { return _theme; }
+    // Every panel re-styled from the theme's row, in place: nothing is rebuilt.
+    void setTheme(const qv::WindowTheme& theme);
 
     struct TaggedButton {
         QPushButton* button;
@@ -74,6 +84,7 @@ public:
     QLabel* resultsTitle = nullptr;
     QLineEdit* search = nullptr;
     QToolButton* clearSearch = nullptr;
+    QToolButton* sidebarToggle = nullptr; // the compact layout's drawer
     QVFilterBar* filterBar = nullptr; // the chips, quick filters and status line
     QPushButton* clearFilters = nullptr;
     QLabel* statusLabel = nullptr;
@@ -110,6 +121,8 @@ private:
 
     qv::WindowTheme _theme;
     qv::WaveformQueue& _waveforms;
+    QLabel* _brandIcon = nullptr;
+    QAction* _searchIcon = nullptr;
     QWidget* _sidebar = nullptr;
     QVBoxLayout* _sidebarLayout = nullptr;
     QVBoxLayout* _mainLayout = nullptr;
@@ -119,4 +132,5 @@ private:
     QWidget* _filtersRow = nullptr;
     QWidget* _headerRow = nullptr;
     QTimer* _resizeSettle = nullptr;
+    int _layoutMode = 1;
 };

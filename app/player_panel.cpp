@@ -85,7 +85,7 @@ QVPlayerPanel::QVPlayerPanel(qv::WaveformQueue& queue, QWidget* parent)
     details->addLayout(keyBpm);
     details->addStretch();
 
-    auto* wave = new QGridLayout;
+    auto* wave = _wave = new QGridLayout;
     wave->setHorizontalSpacing(8);
     wave->setVerticalSpacing(0);
     wave->addWidget(_time, 0, 0);
@@ -101,13 +101,16 @@ QVPlayerPanel::QVPlayerPanel(qv::WaveformQueue& queue, QWidget* parent)
     right->addWidget(_volumeIcon);
     right->addWidget(_volume);
 
-    auto* row = new QHBoxLayout(this);
-    row->setContentsMargins(16, 8, 16, 8);
+    auto* column = _column = new QVBoxLayout(this);
+    column->setContentsMargins(16, 8, 16, 8);
+    column->setSpacing(6);
+    auto* row = _row = new QHBoxLayout;
     row->setSpacing(18);
     row->addLayout(transport);
-    row->addLayout(details);
-    row->addLayout(wave, 1);
+    row->addLayout(details, 1);
+    row->addLayout(wave, 3);
     row->addLayout(right);
+    column->addLayout(row);
 
     connect(_previous, &QToolButton::clicked, this, &QVPlayerPanel::previousPressed);
     connect(_play, &QToolButton::clicked, this, &QVPlayerPanel::playPausePressed);
@@ -208,3 +211,18 @@ QString QVPlayerPanel::timeText() const { return _time->text(); }
 QString QVPlayerPanel::durationText() const { return _duration->text(); }
 QString QVPlayerPanel::keyText() const { return _key->text(); }
 QString QVPlayerPanel::bpmText() const { return _bpm->text(); }
+
+void QVPlayerPanel::setCompact(bool compact)
+{
+    // A narrow window gives the waveform its own line under the controls.
+    if (compact == (_wave->parent() == _column)) return;
+    if (compact) {
+        _row->removeItem(_wave);
+        _column->addLayout(_wave);
+    } else {
+        _column->removeItem(_wave);
+        _row->insertLayout(2, _wave, 3);
+    }
+    _title->setMaximumWidth(compact ? 16777215 : 260);
+    setFixedHeight(compact ? 150 : 96);
+}

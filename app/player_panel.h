@@ -7,7 +7,10 @@
 
 #include <QWidget>
 
+class QGridLayout;
+class QHBoxLayout;
 class QLabel;
+class QVBoxLayout;
 class QSlider;
 class QToolButton;
 class QVWaveformView;
@@ -37,6 +40,7 @@ public:
     void setFavorite(bool favorite);
     void setRepeat(bool on, const QColor& accent);
     void setVolume(double volume);
+    void setCompact(bool compact); // the waveform under the controls instead of beside them
     double volume() const;
 
     QString timeText() const;
@@ -64,6 +68,9 @@ private:
     QToolButton* transportButton(const QString& symbol, const QString& tip);
 
     QVWaveformView* _waveform;
+    QVBoxLayout* _column;
+    QHBoxLayout* _row;
+    QGridLayout* _wave;
     QLabel* _title;
     QLabel* _time;
     QLabel* _duration;

@@ -2,6 +2,7 @@
 
 #include "db/database.h"
 #include "alerts.h"
+#include "appearance.h"
 #include "app_menu.h"
 #include "context_menus.h"
 #include "desktop_actions.h"
@@ -21,6 +22,8 @@
 #include "result_browser.h"
 #include "results_view.h"
 #include "scan_coordinator.h"
+#include "settings_dialog.h"
+#include "settings_logic.h"
 #include "sidebar.h"
 #include "sidebar_views.h"
 #include "startup_logic.h"
@@ -121,10 +124,7 @@ void QVController::applicationDidFinishLaunching()
     const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
                                                            : QRect(0, 0, 1920, 1080);
     _window->setGeometry(qv::centeredFrame(_contentSize, visible));
-    buildApplicationMenu(*_window, [this] {
-        _playback->setPlayerFactory(players()); // from the next sample on
-        _browser->setReducedMotion(QSettings().value(QLatin1String(qv::kReduceMotionKey), false).toBool());
-    });
+    buildApplicationMenu(*_window, [this] { openSettings(); });
     connect(_window.get(), &QVMainWindow::contentResized, this, [this](QSize size) {
         QSettings().setValue(QLatin1String(qv::sizeKeyForMode(_state.layoutMode)), qv::formatSize(size));
     });
@@ -199,10 +199,9 @@ void QVController::readLayoutAndSize()
     const QSettings settings;
     const QVariant stored = settings.value(QLatin1String(qv::kLayoutModeKey));
     _state.layoutMode = qv::normalizedLayoutMode(stored.isValid(), stored.toLongLong());
-    const QString sizeText = settings.value(QLatin1String(qv::sizeKeyForMode(_state.layoutMode))).toString();
     const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
                                                            : QRect(0, 0, 1920, 1080);
-    _contentSize = qv::clampedContentSize(qv::storedContentSize(_state.layoutMode, sizeText), _state.layoutMode, visible);
+    _contentSize = qv::sizeForLayout(_state.layoutMode, settings, visible);
 }
 
 void QVController::wireRooms()
@@ -226,7 +225,17 @@ void QVController::wireRooms()
     _browser->setReducedMotion(QSettings().value(QLatin1String(qv::kReduceMotionKey), false).toBool());
     _scans = new QVScanCoordinator(*_database);
 
+    QVAppearance::Hooks looks;
+    looks.themeChanged = [this] {
+        _playback->applyStoredSettings(); // the repeat button's accent
+        _sidebar->reloadPlaylists();     // their icons
+    };
+    looks.layoutChanged = [this] { _browser->refresh(); };
+    _appearance = new QVAppearance(_state, w, looks, this);
+    _appearance->applyLayoutMode(_state.layoutMode, false);
+
     connect(_sidebar, &QVSidebar::placeChanged, this, [this](bool transition) {
+        _appearance->placeChosen();
         _playback->browseContextChanged();
         _filters->updateFilterContext();
         if (transition) {
@@ -369,6 +378,27 @@ void QVController::performShortcutAction(const QString& action)
         _edits->toggleFavorite(static_cast<int>(loved));
     else if (action == u"repeat") _playback->repeatPressed();
     else if (action == u"search") focusSearch();
+}
+
+void QVController::openSettings()
+{
+    QSettings settings;
+    const qv::AppSettings before = qv::readAppSettings(settings);
+    QVSettingsDialog dialog(before, _window.get());
+    if (dialog.exec() != QDialog::Accepted) return;
+    applySettings(before, dialog.chosen());
+}
+
+void QVController::applySettings(const qv::AppSettings& before, const qv::AppSettings& chosen)
+{
+    QSettings settings;
+    const qv::SettingsChanges changes = qv::writeAppSettings(settings, before, chosen);
+    settings.sync();
+    if (changes.theme) _appearance->applyTheme(chosen.theme);
+    if (changes.layout) _appearance->applyLayoutMode(chosen.layoutMode, true);
+    if (changes.featuredColumns) _window->featuredGrid->setEntries(_featured->items(), _featured->columns());
+    if (changes.audioOutput) _playback->setPlayerFactory(players()); // from the next sample on
+    if (changes.reduceMotion) _browser->setReducedMotion(chosen.reduceMotion);
 }
 
 void QVController::focusSearch()

@@ -17,6 +17,7 @@
 #include <vector>
 
 class QVAlerts;
+class QVAppearance;
 class QVReplaceableAlerts;
 class QVAudioWarmup;
 class QVContextMenus;
@@ -33,6 +34,7 @@ class QVScanCoordinator;
 class QVSidebar;
 
 namespace qv {
+struct AppSettings;
 class Database;
 class WaveformQueue;
 }
@@ -63,6 +65,9 @@ public:
     void performShortcutAction(const QString& action);
     void focusSearch();
     void customizeShortcuts();
+    // "Settings…": the dialog, then what changed stored and applied at once.
+    void openSettings();
+    void applySettings(const qv::AppSettings& before, const qv::AppSettings& chosen);
 
     qv::Database& database() const { return *_database; }
     qv::BrowseState& state() { return _state; }
@@ -74,6 +79,7 @@ public:
     QVContextMenus* menus() const { return _menus; }
     QVFeaturedItems* featured() const { return _featured; }
     QVInspectorRoom* inspector() const { return _inspector; }
+    QVAppearance* appearance() const { return _appearance; }
     // Tests answer the questions instead of a person.
     void setAlerts(std::unique_ptr<QVAlerts> alerts);
     QVFilters* filters() const { return _filters; }
@@ -112,6 +118,7 @@ private:
     QVContextMenus* _menus = nullptr;
     QVFeaturedItems* _featured = nullptr;
     QVInspectorRoom* _inspector = nullptr;
+    QVAppearance* _appearance = nullptr;
     std::unique_ptr<QVReplaceableAlerts> _alerts;
     QSize _contentSize;
     bool _didRestoreLaunchLocation = false;

@@ -1,5 +1,7 @@
 #include "sidebar_views.h"
 
+#include <QTreeWidgetItemIterator>
+
 #include "icons.h"
 #include "results_view.h"
 
@@ -43,6 +45,14 @@ std::vector<std::int64_t> droppedIds(const QMimeData* mime)
 }
 
 } // namespace
+
+void QVFolderTreeView::setIconTint(const QColor& tint)
+{
+    _folderIcon = qv::symbolIcon(QStringLiteral("folder"), tint);
+    for (QTreeWidgetItemIterator it(this); *it; ++it) {
+        if (!pathOf(*it).isEmpty()) (*it)->setIcon(0, _folderIcon);
+    }
+}
 
 QVFolderTreeView::QVFolderTreeView(QColor iconTint, QWidget* parent)
     : QTreeWidget(parent)

@@ -21,6 +21,7 @@ class QVFolderTreeView : public QTreeWidget {
     Q_OBJECT
 public:
     explicit QVFolderTreeView(QColor iconTint, QWidget* parent = nullptr);
+    void setIconTint(const QColor& tint); // the items made so far too
 
     // Replaces the tree; everything starts collapsed.
     void setTree(qv::FolderNode root);

@@ -1,22 +1,17 @@
 #pragma once
-// The window is always dark: Fusion with one dark palette, and per theme a background
-// and an accent (the accent and waveform colours live in the preview layer's table).
+// The window is always dark: Fusion with one dark palette made from the theme's row of
+// the colour table. Switching themes re-applies the palette; the views re-style
+// themselves from the same row.
 
-#include <QColor>
+#include "theme_colors.h"
+
 #include <QString>
 
 class QApplication;
-class QWidget;
 
 namespace qv {
 
-struct WindowTheme {
-    QString name;       // "Purple", "Classic" or "Green"
-    QColor background;  // the window behind every panel
-    QColor panel;       // sidebar, player and header panels
-    QColor accent;
-    QColor mutedText;
-};
+using WindowTheme = ThemeColors;
 
 WindowTheme windowTheme(const QString& selection);
 void applyDarkAppearance(QApplication& app, const WindowTheme& theme);

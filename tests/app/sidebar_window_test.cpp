@@ -4,20 +4,26 @@
 // at the first activation (or is forgotten when its folder went away).
 #include "context_menus.h"
 #include "edit_commands.h"
+#include "filter_chips.h"
 #include "inspector.h"
 #include "inspector_room.h"
 #include "main_window.h"
 #include "playback.h"
 #include "qv_controller.h"
+#include "result_browser.h"
 #include "results_view.h"
 #include "sidebar.h"
 #include "sidebar_views.h"
+#include "settings_logic.h"
+#include "startup_logic.h"
+#include "theme.h"
 #include "sound_files.h"
 #include "temp_dir.h"
 
 #include "db/database.h"
 #include "scan/library_scanner.h"
 
+#include <QApplication>
 #include <QDropEvent>
 #include <QLabel>
 #include <QMenu>
@@ -27,6 +33,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QTest>
+#include <QToolButton>
 
 #include <sndfile.h>
 
@@ -252,6 +259,50 @@ TEST_F(SidebarWindowTest, TheWindowFitsASmallLaptopScreenWithTheInspectorOpen)
                                       "libraries need attention"));
     EXPECT_LE(window().minimumSizeHint().width(), 1366);
     EXPECT_LE(window().minimumSizeHint().height(), 768);
+}
+
+TEST_F(SidebarWindowTest, SettingsSwitchTheThemeAndTheLayoutInPlace)
+{
+    launch();
+    const qv::AppSettings before = qv::readAppSettings(QSettings());
+    qv::AppSettings chosen = before;
+    chosen.theme = QStringLiteral("Green");
+    controller->applySettings(before, chosen);
+    const qv::WindowTheme green = qv::windowTheme(QStringLiteral("Green"));
+    EXPECT_EQ(window().theme().name, "Green");
+    EXPECT_EQ(qApp->palette().color(QPalette::Window), green.background);
+    EXPECT_TRUE(window().filterBar->styleSheet().contains(green.accent.name())) << "the chips follow the theme";
+    EXPECT_EQ(qv::currentThemeColors().accent, green.accent) << "rows and waveforms read the same row";
+
+    // The compact layout: the sidebar becomes a drawer, the sort buttons rest, and the
+    // window takes the size last left in this layout.
+    QSettings().setValue(QLatin1String(qv::kCompactVerticalSizeKey), qv::formatSize(QSize(680, 700)));
+    const QSize desktop = window().size();
+    qv::AppSettings compact = chosen;
+    compact.layoutMode = 0;
+    controller->applySettings(chosen, compact);
+    EXPECT_EQ(state().layoutMode, 0);
+    const QRect screen = window().screen()->availableGeometry();
+    EXPECT_EQ(window().size(), QSize(680, 700).boundedTo(screen.size()));
+    EXPECT_NE(window().size(), desktop);
+    EXPECT_FALSE(window().sidebarOpen());
+    EXPECT_FALSE(window().sidebarToggle->isHidden());
+    EXPECT_FALSE(window().filenameHeader->isEnabled());
+    controller->browser()->sortPressed(qv::SortColumn::Filename);
+    EXPECT_EQ(state().filenameSortDirection, 0) << "sorting is off in the compact layout";
+
+    window().sidebarToggle->click();
+    EXPECT_TRUE(window().sidebarOpen());
+    ASSERT_TRUE(controller->sidebar()->navigateToFolderPath(path("Kicks"), true));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().rows.size() == 4; }));
+    EXPECT_FALSE(window().sidebarOpen()) << "choosing a place closes the drawer";
+
+    controller->applySettings(compact, chosen);
+    EXPECT_EQ(state().layoutMode, 1);
+    EXPECT_TRUE(window().sidebarOpen());
+    EXPECT_TRUE(window().sidebarToggle->isHidden());
+    EXPECT_EQ(window().size(), desktop);
+    EXPECT_EQ(QSettings().value(QLatin1String(qv::kLayoutModeKey)).toInt(), 1);
 }
 
 } // namespace

@@ -1,6 +1,10 @@
 // Launch's decisions without a window: settings normalisation, sizes, centring and the
 // warm-up's silent WAV.
+#include "settings_logic.h"
 #include "startup_logic.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
 
 #include <QtEndian>
 
@@ -45,6 +49,51 @@ TEST(StartupSettings, SizesAreClampedToTheScreenAndCentred)
     EXPECT_EQ(frame.center().x() - big.center().x(), 0);
     EXPECT_LE(std::abs(frame.center().y() - big.center().y()), 1);
     EXPECT_TRUE(big.contains(frame));
+}
+
+TEST(SettingsWindow, ChoicesRoundTripAndOnlyWhatChangedIsReported)
+{
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
+    const qv::AppSettings defaults = qv::readAppSettings(settings);
+    EXPECT_EQ(defaults.theme, "Purple");
+    EXPECT_EQ(defaults.layoutMode, 1);
+    EXPECT_EQ(defaults.featuredColumns, 6);
+    EXPECT_TRUE(defaults.audioOutput.isEmpty());
+    EXPECT_FALSE(defaults.reduceMotion);
+
+    const qv::AppSettings chosen{QStringLiteral("Green"), 0, 3, QByteArray("alsa_output.usb-interface"), true};
+    const qv::SettingsChanges changes = qv::writeAppSettings(settings, defaults, chosen);
+    EXPECT_TRUE(changes.theme && changes.layout && changes.featuredColumns && changes.audioOutput && changes.reduceMotion);
+    const qv::AppSettings read = qv::readAppSettings(settings);
+    EXPECT_EQ(read.theme, "Green");
+    EXPECT_EQ(read.layoutMode, 0);
+    EXPECT_EQ(read.featuredColumns, 3);
+    EXPECT_EQ(read.audioOutput, "alsa_output.usb-interface");
+    EXPECT_TRUE(read.reduceMotion);
+    EXPECT_FALSE(qv::writeAppSettings(settings, read, chosen).any()) << "saving again changes nothing";
+
+    // An unknown theme is the default one, so choosing it from Purple is no change.
+    qv::AppSettings odd = defaults;
+    odd.theme = QStringLiteral("Pink");
+    odd.featuredColumns = 40;
+    const qv::SettingsChanges clamped = qv::writeAppSettings(settings, defaults, odd);
+    EXPECT_FALSE(clamped.theme);
+    EXPECT_TRUE(clamped.featuredColumns);
+    EXPECT_EQ(qv::readAppSettings(settings).featuredColumns, 8);
+    EXPECT_EQ(qv::readAppSettings(settings).theme, "Green") << "an unchanged field is not written";
+}
+
+TEST(SettingsWindow, EachLayoutReturnsToItsOwnSize)
+{
+    QTemporaryDir dir;
+    QSettings settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
+    const QRect screen(0, 0, 1920, 1080);
+    EXPECT_EQ(qv::sizeForLayout(0, settings, screen), QSize(704, 1080)) << "the default, kept on the screen";
+    settings.setValue(QLatin1String(qv::kCompactVerticalSizeKey), qv::formatSize(QSize(620, 900)));
+    settings.setValue(QLatin1String(qv::kDesktopSizeKey), qv::formatSize(QSize(1400, 820)));
+    EXPECT_EQ(qv::sizeForLayout(0, settings, screen), QSize(620, 900));
+    EXPECT_EQ(qv::sizeForLayout(1, settings, screen), QSize(1400, 820));
 }
 
 TEST(Warmup, SilentWaveIsATenthOfASecondOfMono16BitSilence)
