@@ -14,7 +14,7 @@ int QuorvalinderRun(int argc, char** argv)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Quorvalinder"));
     QGuiApplication::setDesktopFileName(QStringLiteral("quorvalinder"));
 
-    QVController controller(QVController::Options{.checkLibrariesAtStartup = true});
+    QVController controller(QVController::Options{.checkLibrariesAtStartup = true, .showQuickTour = true});
     controller.applicationDidFinishLaunching();
     return app.exec();
 }
