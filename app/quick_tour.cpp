@@ -9,6 +9,7 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
@@ -178,10 +179,15 @@ void QVQuickTour::showStep()
 void QVQuickTour::layoutBubble()
 {
     if (_steps.empty()) return;
-    _bubble->adjustSize();
+    // The height of this step's text now, not of the last step's: the layout has not
+    // been told of the new texts yet.
+    QLayout* layout = _bubble->layout();
+    layout->invalidate();
+    const QSize size(kBubbleWidth, layout->hasHeightForWidth() ? layout->totalHeightForWidth(kBubbleWidth)
+                                                               : layout->totalSizeHint().height());
     _ring = targetRect(currentTarget()).adjusted(-kRingMargin, -kRingMargin, kRingMargin, kRingMargin);
     const QRect bounds = rect().adjusted(kWindowMargin, kWindowMargin, -kWindowMargin, -kWindowMargin);
-    const qv::TourBubblePlacement place = qv::placeTourBubble(_ring, _bubble->size(), bounds, kArrowSize + 4);
+    const qv::TourBubblePlacement place = qv::placeTourBubble(_ring, size, bounds, kArrowSize + 4);
     _bubble->setGeometry(place.bubble);
     _arrow = place.arrow;
     update();

@@ -53,8 +53,6 @@ TEST(TourLogic, StepsWhoseTargetsAreHiddenAreSkipped)
          {T::AddFolderButton, T::SearchField, T::Results, T::FilterChips}},
         {"the empty state", {T::EmptyStateAddButton, T::AddFolderButton, T::SearchField, T::Player},
          {T::EmptyStateAddButton, T::SearchField, T::Player}},
-        {"search hidden", {T::AddFolderButton, T::Results, T::FilterChips},
-         {T::AddFolderButton, T::Results, T::FilterChips}},
         {"nothing shown", {}, {}},
     };
     for (const Case& c : cases) {
@@ -87,7 +85,6 @@ TEST(TourLogic, KeysAndButtonsWalkTheSteps)
         EXPECT_EQ(move.close, c.close) << c.index;
         EXPECT_EQ(move.index, c.expected) << c.index;
     }
-    EXPECT_TRUE(qv::moveQuickTour(0, 1, TourCommand::Next).close);
     EXPECT_EQ(qv::tourPrimaryButtonTitle(2, 4), "Next");
     EXPECT_EQ(qv::tourPrimaryButtonTitle(3, 4), "Done");
     EXPECT_EQ(qv::tourProgressText(1, 3), "2 of 3");
@@ -119,8 +116,6 @@ TEST(TourLogic, TheBubbleSitsBesideItsTargetInsideTheWindow)
             EXPECT_FALSE(place.bubble.intersects(c.rect)) << c.target;
         }
     }
-    // Below the field, its middle under the field's middle.
-    EXPECT_NEAR(qv::placeTourBubble(cases[0].rect, bubble, bounds, 14).bubble.center().x(), cases[0].rect.center().x(), 1);
 }
 
 } // namespace
