@@ -110,3 +110,17 @@ void installFindMenu(QVMainWindow& window, std::function<void()> findSamples)
         menu.exec(search->mapToGlobal(at));
     });
 }
+
+void installQuickTourMenu(QVMainWindow& window, std::function<void()> showTour)
+{
+    QMenuBar* bar = window.menuBar();
+    QMenu* help = nullptr;
+    for (QAction* action : bar->actions()) {
+        if (action->text() == QLatin1String("Help")) help = action->menu();
+    }
+    if (!help) help = bar->addMenu(QStringLiteral("Help"));
+    const QList<QAction*> items = help->actions();
+    auto* tour = new QAction(QStringLiteral("Quick Tour"), help);
+    help->insertAction(items.isEmpty() ? nullptr : items.first(), tour);
+    QObject::connect(tour, &QAction::triggered, &window, std::move(showTour));
+}

@@ -13,3 +13,5 @@ void installShortcutMenu(QVMainWindow& window, std::function<void()> customize);
 // "Edit" after the application menu, ending in "Find Samples"; and the search field's own
 // context menu. The key equivalents are shown only: the focused widget handles its keys.
 void installFindMenu(QVMainWindow& window, std::function<void()> findSamples);
+// "Quick Tour" at the top of "Help", before "Customize Shortcuts…".
+void installQuickTourMenu(QVMainWindow& window, std::function<void()> showTour);

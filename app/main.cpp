@@ -16,6 +16,7 @@ int QuorvalinderRun(int argc, char** argv)
 
     QVController::Options options;
     options.checkLibrariesAtStartup = true;
+    options.showQuickTour = true;
     QVController controller(options);
     controller.applicationDidFinishLaunching();
     return app.exec();

@@ -19,6 +19,7 @@
 #include "playback.h"
 #include "player_panel.h"
 #include "playhead_diagnostics.h"
+#include "quick_tour.h"
 #include "result_browser.h"
 #include "results_view.h"
 #include "scan_coordinator.h"
@@ -149,6 +150,7 @@ void QVController::applicationDidFinishLaunching()
     wireInspector();
     wireFeatured();
     installShortcutMenu(*_window, [this] { customizeShortcuts(); }); // last in the menu bar, after "View"
+    installQuickTourMenu(*_window, [this] { showQuickTour(); });
 
     // 18. The waveform notifications.
     qv::WaveformNotifier& notifier = _waveforms.notifier();
@@ -183,6 +185,9 @@ void QVController::applicationDidFinishLaunching()
     // A window without a window manager (a server, a test) is never told it is active;
     // the first activation's steps run once regardless.
     QTimer::singleShot(0, this, &QVController::applicationDidBecomeActive);
+    // The tour once the warm-up's overlay is gone, or after the first activation without one.
+    if (_warmup) connect(_warmup, &QVAudioWarmup::finished, this, &QVController::showQuickTourWelcomeIfNeeded);
+    else QTimer::singleShot(0, this, &QVController::showQuickTourWelcomeIfNeeded);
 }
 
 void QVController::markLibraryAvailability()
@@ -567,4 +572,19 @@ void QVController::recordNavigationEvent(const char* event)
                                  static_cast<unsigned long long>(_state.queryGeneration), static_cast<long long>(selected),
                                  static_cast<long long>(_playback ? _playback->playingSampleId() : 0), _state.rows.size(),
                                  static_cast<long long>(_state.page)));
+}
+
+void QVController::showQuickTourWelcomeIfNeeded()
+{
+    QSettings settings;
+    if (!qv::shouldStartQuickTour(_options.showQuickTour, settings.value(QLatin1String(qv::kQuickTourShownKey), false).toBool())) {
+        return;
+    }
+    if (showQuickTour()) settings.setValue(QLatin1String(qv::kQuickTourShownKey), true);
+}
+
+bool QVController::showQuickTour()
+{
+    if (!_tour) _tour = new QVQuickTour(*_window);
+    return _tour->start();
 }

@@ -29,6 +29,7 @@ class QVShortcutMonitor;
 class QVMainWindow;
 class QVPlayback;
 class QVPlayerPanel;
+class QVQuickTour;
 class QVResultBrowser;
 class QVScanCoordinator;
 class QVSidebar;
@@ -50,6 +51,8 @@ public:
         // Every library checked once the window is up; the application sets it, tests
         // and benchmarks keep their index as they made it.
         bool checkLibrariesAtStartup = false;
+        // The quick tour on a first start; off for tests, which open it themselves.
+        bool showQuickTour = false;
     };
 
     static std::filesystem::path defaultDatabasePath();
@@ -68,6 +71,10 @@ public:
     // "Settings…": the dialog, then what changed stored and applied at once.
     void openSettings();
     void applySettings(const qv::AppSettings& before, const qv::AppSettings& chosen);
+    // The quick tour by itself once, after the window and the warm-up; and from "Help".
+    void showQuickTourWelcomeIfNeeded();
+    bool showQuickTour();
+    QVQuickTour* quickTour() const { return _tour; }
 
     qv::Database& database() const { return *_database; }
     qv::BrowseState& state() { return _state; }
@@ -119,6 +126,7 @@ private:
     QVFeaturedItems* _featured = nullptr;
     QVInspectorRoom* _inspector = nullptr;
     QVAppearance* _appearance = nullptr;
+    QVQuickTour* _tour = nullptr; // the window's child, made when first shown
     std::unique_ptr<QVReplaceableAlerts> _alerts;
     QSize _contentSize;
     bool _didRestoreLaunchLocation = false;

@@ -1,5 +1,6 @@
 #include "shortcut_monitor.h"
 
+#include "quick_tour.h"
 #include "shortcut_logic.h"
 #include "shortcut_recorder.h"
 
@@ -37,6 +38,7 @@ bool QVShortcutMonitor::eventFilter(QObject* watched, QEvent* event)
         if (!key.autoRepeat) recorder->keyDown(key);
         return true;
     }
+    if (qobject_cast<QVQuickTour*>(responder)) return false; // Esc and the arrows move the tour
     QWidget* active = QApplication::activeWindow();
     if (QApplication::activeModalWidget() || (active && active != &_window) || window != &_window) return false;
     if (key.known && key.keyCode == qv::kEscapeKeyCode) {

@@ -1,7 +1,7 @@
 #pragma once
 // The window's key-down monitor: an application-wide event filter that runs the first
 // shortcut action whose binding a key press matches. In order: a recorder field takes
-// every press; dialogs, menus and other windows are left alone; Esc clears the result
+// every press; so does the quick tour while it is up; dialogs, menus and other windows are left alone; Esc clears the result
 // selection even while typing; text fields type; a held key acts once; first match wins.
 // GUI thread only; installed once.
 

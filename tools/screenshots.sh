@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Screenshots of the real window, as a producer sees it: built, started under Xvfb with
 # sound going to a PulseAudio null sink, driven by real mouse and key events, on an
-# empty index (the empty state, then a folder added through "Add Sample Folder") and on
-# a generated library (all samples, a search, a sample playing). Rerun it after any
-# change to the window and open the pictures.
+# empty index (the quick tour's first step, the empty state, then a folder added through
+# "Add Sample Folder") and on a generated library (all samples, a search, a sample
+# playing). Rerun it after any change to the window and open the pictures.
 #   tools/screenshots.sh [OUT_DIR]      (default build/screenshots)
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -48,8 +48,11 @@ click_at() {
   xdotool mousemove $((X + $1)) $((Y + $2)) click 1
 }
 
-# 1. A first start: nothing indexed yet.
+# 1. A first start: nothing indexed yet, and the quick tour over the window until Esc.
 start_app
+shot 00-quick-tour
+xdotool key Escape
+sleep 0.3
 shot 01-empty-state
 # The empty state's button sits in the middle of the results area, below its texts.
 click_at $(((248 + WIDTH) / 2)) $((HEIGHT * 3 / 5 - 2))

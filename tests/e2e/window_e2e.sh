@@ -25,6 +25,10 @@ fail() {
 "$build/testkit/qv-genlib" --out "$library" --files 120 --seed 3 >/dev/null
 "$build/cli/quorvalinder-cli" scan "$library" >/dev/null
 
+# A returning user: the first start's quick tour would take Space and Down.
+mkdir -p "$XDG_CONFIG_HOME/Ostrelle"
+printf '[General]\nQVQuickTourShown=true\n' >"$XDG_CONFIG_HOME/Ostrelle/Quorvalinder.conf"
+
 qv_start_pulse
 qv_start_xvfb 1600x1000x24
 QUORVALINDER_PLAYHEAD_DIAGNOSTICS=1 "$build/app/quorvalinder" >"$qv_session_dir/app.log" 2>&1 &
