@@ -4,9 +4,13 @@
 //    after a new search text) and warm (paging within a result);
 //  - the start: process start to the window shown with its first page painted, in
 //    fresh processes (this executable again with --launch-only);
-//  - a burst of 30 "next sample" presses: how many decodes it started.
+//  - a burst of 30 "next sample" presses: how many decodes it started;
+//  - with --during-scan DIR: browsing while a first scan of DIR runs (make DIR with
+//    `qv-genlib --out DIR --files N --tiny-audio`): the longest stall of the GUI thread,
+//    searches, page turns and loads, idle and then during the scan, on a copy of the index.
 //
 //   app_bench [--db FILE] [--records N] [--seed N] [--reps N] [--drop-caches] [--only TEXT]
+//             [--during-scan DIR [--scan-seconds S]]
 //
 // The database is generated once, its library folders made to exist (the last library
 // stays offline, as in search_bench), and reused: bench-data/app-<N>.db beside this
@@ -19,12 +23,17 @@
 #include "qv_controller.h"
 #include "result_browser.h"
 #include "results_view.h"
+#include "scan_coordinator.h"
 #include "sidebar.h"
 #include "startup_logic.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QProcess>
+#include <QTimer>
+#include <QUrl>
 
 #include <algorithm>
 #include <atomic>
@@ -73,6 +82,16 @@ double secondsSinceExec()
     return uptime - startTicks / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
+double residentMiB()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("VmRSS:", 0) == 0) return std::stod(line.substr(6)) / 1024.0;
+    }
+    return -1;
+}
+
 struct Options {
     fs::path db;
     std::uint64_t records = 1000000;
@@ -81,6 +100,8 @@ struct Options {
     bool launchOnly = false;
     bool dropCaches = false; // also start with the file cache emptied (needs root)
     std::string only;        // run just the refresh cases whose name contains this
+    fs::path duringScan;     // a library to scan while browsing
+    int scanSeconds = 180;   // measure for at most this long into the scan
 };
 
 struct Stats {
@@ -213,12 +234,134 @@ int launchOnly(const Options& options)
     // The folder tree arrives after the first page, from its own read.
     while (!controller.sidebar()->folderTreeLoaded()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
     const double tree = std::chrono::duration<double, std::milli>(Clock::now() - kStaticStart).count();
-    std::printf("launch exec=%.1f main=%.1f tree=%.1f rows=%zu", exec, sinceMain, tree, controller.state().rows.size());
+    for (int i = 0; i < 20; ++i) QCoreApplication::processEvents(QEventLoop::AllEvents, 10); // what the tree's arrival queued
+    std::printf("launch exec=%.1f main=%.1f tree=%.1f rss=%.1f rows=%zu", exec, sinceMain, tree, residentMiB(),
+                controller.state().rows.size());
     for (int i = 0; i < controller.launchSteps().size(); ++i) {
         std::printf(" %s=%.1f", qPrintable(controller.launchSteps()[i]), controller.launchStepSeconds()[static_cast<std::size_t>(i)] * 1000);
     }
     std::printf("\n");
     return 0;
+}
+
+// Browsing beside a first scan. Each round: a typed search's refresh and repaint, a page
+// turn, and a load of a scanned file to playing; between rounds the event loop runs for
+// 100 ms under a 5 ms timer whose longest gap is the GUI thread's stall.
+int duringScan(const Options& options, int argc, char** argv)
+{
+    const fs::path copy = options.db.parent_path() / "app-during-scan.db";
+    for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(copy.string() + suffix);
+    fs::copy_file(options.db, copy);
+    const QString library = QString::fromStdString(fs::absolute(options.duringScan).string());
+    std::size_t files = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(options.duringScan)) files += entry.is_regular_file();
+
+    QApplication app(argc, argv);
+    QVController controller(QVController::Options{.databasePath = copy, .warmUpAudio = false, .useAudioDevice = false});
+    controller.applicationDidFinishLaunching();
+    while (!controller.sidebar()->folderTreeLoaded()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    qv::BrowseState& state = controller.state();
+    QVResultBrowser& browser = *controller.browser();
+    QVResultsView& table = *controller.window()->table;
+    QVPlayback& playback = *controller.playback();
+    playback.setPlayerFactory([](const QString& path, QString* error) {
+        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+    });
+
+    struct Round {
+        std::vector<double> search, page, load, stall;
+    };
+    const char* texts[] = {"kick", "snare loop", "ba", "bpm112", "808", ""};
+    int turn = 0;
+    std::vector<qv::Sample> scanned; // files of the scanned library, once indexed
+    const auto timed = [&](auto&& work) {
+        QElapsedTimer t;
+        t.start();
+        work();
+        return t.nsecsElapsed() / 1e6;
+    };
+    const auto idleLoop = [](std::vector<double>& stall) {
+        QElapsedTimer window, tick;
+        window.start();
+        tick.start();
+        double longest = 0;
+        QTimer probe;
+        probe.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&probe, &QTimer::timeout, [&] {
+            longest = std::max(longest, tick.nsecsElapsed() / 1e6);
+            tick.restart();
+        });
+        probe.start(5);
+        while (window.elapsed() < 100) QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        stall.push_back(longest);
+    };
+    const auto round = [&](Round& r) {
+        resetBrowse(state);
+        state.searchText = texts[turn++ % std::size(texts)];
+        r.search.push_back(timed([&] {
+            browser.refresh();
+            table.repaint();
+        }));
+        state.page = 1;
+        r.page.push_back(timed([&] {
+            browser.refresh();
+            table.repaint();
+        }));
+        if (scanned.size() < 40) {
+            qv::SearchQuery query;
+            query.folder = library.toStdString();
+            query.limit = 200;
+            query.type = "One Shot";
+            scanned = controller.database().search(query);
+        }
+        if (!scanned.empty()) {
+            resetBrowse(state);
+            state.rows = {scanned[static_cast<std::size_t>(turn) % scanned.size()]};
+            state.currentIndex = -1;
+            QElapsedTimer t;
+            t.start();
+            playback.loadSampleAtIndex(0, true);
+            while (playback.playbackState() == qv::PlaybackState::Loading && t.elapsed() < 5000) {
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+            }
+            r.load.push_back(t.nsecsElapsed() / 1e6);
+            playback.stopPlaybackAction();
+        }
+        idleLoop(r.stall);
+    };
+    const auto report = [](const char* title, const Round& r) {
+        const auto line = [](const char* what, const std::vector<double>& v) {
+            if (v.empty()) return std::printf("  %-34s (none)\n", what), void();
+            const Stats s = stats(v);
+            std::printf("  %-34s p50 %7.1f  p95 %7.1f  max %7.1f ms  (%zu)\n", what, s.p50, s.p95,
+                        *std::max_element(v.begin(), v.end()), v.size());
+        };
+        std::printf("%s\n", title);
+        line("search typed: refresh + repaint", r.search);
+        line("page turn: refresh + repaint", r.page);
+        line("load to playing (scanned files)", r.load);
+        line("GUI thread's longest stall / 100 ms", r.stall);
+    };
+
+    Round idle;
+    for (int i = 0; i < 30; ++i) round(idle);
+    controller.scans()->scanRoots({QUrl::fromLocalFile(library)}, false);
+    Round busy;
+    QElapsedTimer scanning;
+    scanning.start();
+    while (controller.scans()->busy() && scanning.elapsed() < options.scanSeconds * 1000LL) round(busy);
+    const double seconds = scanning.nsecsElapsed() / 1e9;
+    qv::SearchQuery indexed;
+    indexed.folder = library.toStdString();
+    const std::int64_t count = controller.database().countMatching(indexed);
+    std::printf("browsing beside a first scan of %zu files into an index of %llu samples\n", files,
+                static_cast<unsigned long long>(options.records));
+    report("idle, before the scan:", idle);
+    report("during the scan:", busy);
+    std::printf("scan: %lld files indexed in %.1f s (%.0f files/s while browsing)%s\n", static_cast<long long>(count),
+                seconds, count / seconds, controller.scans()->busy() ? ", still running when measuring stopped" : ", finished");
+    std::fflush(stdout);
+    std::_Exit(0); // a scan still running is not waited for
 }
 
 } // namespace
@@ -233,6 +376,8 @@ int main(int argc, char** argv)
         else if (arg == "--reps" && i + 1 < argc) options.reps = std::stoi(argv[++i]);
         else if (arg == "--seed" && i + 1 < argc) options.seed = std::stoull(argv[++i]);
         else if (arg == "--launch-only") options.launchOnly = true;
+        else if (arg == "--during-scan" && i + 1 < argc) options.duringScan = argv[++i];
+        else if (arg == "--scan-seconds" && i + 1 < argc) options.scanSeconds = std::stoi(argv[++i]);
         else if (arg == "--drop-caches") options.dropCaches = true;
         else if (arg == "--only" && i + 1 < argc) options.only = argv[++i];
         else if (arg == "--drop-caches") options.dropCaches = true;
@@ -259,6 +404,7 @@ int main(int argc, char** argv)
     if (options.launchOnly) return launchOnly(options);
 
     ensureDatabase(options);
+    if (!options.duringScan.empty()) return duringScan(options, argc, argv);
 
     // Starts, each in a fresh process: with the database in the file cache (as when the
     // application was used a moment ago) and, with --drop-caches, read from the disk.
@@ -266,6 +412,7 @@ int main(int argc, char** argv)
         std::vector<double> execTimes;
         std::vector<double> mainTimes;
         std::vector<double> treeTimes;
+        std::vector<double> resident;
         std::string rowsShown;
         for (int i = 0; i < std::max(options.reps, 5); ++i) {
             if (emptyCache) {
@@ -282,20 +429,21 @@ int main(int argc, char** argv)
                                                           QString::fromStdString(options.db.string())});
             child.waitForFinished(60000);
             const QString out = QString::fromLocal8Bit(child.readAllStandardOutput());
-            double exec = 0, main = 0, tree = 0;
+            double exec = 0, main = 0, tree = 0, rss = 0;
             char rows[32] = {};
-            if (std::sscanf(out.toLocal8Bit().constData(), "launch exec=%lf main=%lf tree=%lf rows=%31s", &exec, &main,
-                            &tree, rows) != 4) {
+            if (std::sscanf(out.toLocal8Bit().constData(), "launch exec=%lf main=%lf tree=%lf rss=%lf rows=%31s", &exec,
+                            &main, &tree, &rss, rows) != 5) {
                 std::fprintf(stderr, "launch run failed: %s %s\n", qPrintable(out), child.readAllStandardError().constData());
                 return false;
             }
             if (i == 0) {
                 std::printf("%s, first run's steps (ms since the controller was made): %s", title,
-                            out.section(QLatin1Char(' '), 5).toLocal8Bit().constData());
+                            out.section(QLatin1Char(' '), 6).toLocal8Bit().constData());
             }
             execTimes.push_back(exec);
             mainTimes.push_back(main);
             treeTimes.push_back(tree);
+            resident.push_back(rss);
             rowsShown = rows;
         }
         const Stats exec = stats(execTimes);
@@ -305,7 +453,10 @@ int main(int argc, char** argv)
         std::printf("  since exec (/proc, 10 ms ticks)  p50 %7.1f ms  p95 %7.1f ms   goal < 1000 ms\n", exec.p50, exec.p95);
         std::printf("  since static init                p50 %7.1f ms  p95 %7.1f ms\n", main.p50, main.p95);
         const Stats tree = stats(treeTimes);
-        std::printf("  folder tree shown, since static init  p50 %7.1f ms  p95 %7.1f ms\n\n", tree.p50, tree.p95);
+        std::printf("  folder tree shown, since static init  p50 %7.1f ms  p95 %7.1f ms\n", tree.p50, tree.p95);
+        const Stats memory = stats(resident);
+        std::printf("  resident memory once the tree is shown  p50 %7.1f MiB  p95 %7.1f MiB   goal < 300 MiB\n\n",
+                    memory.p50, memory.p95);
         return true;
     };
     if (options.only.empty() && !launches("database in the file cache", false)) return 1;
@@ -375,6 +526,31 @@ int main(int argc, char** argv)
                     warmStats.p50, warmStats.p95, core.empty() ? 0.0 : stats(core).p95);
     }
     std::printf("worst cold p95 %.2f ms   goal < 50 ms\n\n", worst);
+
+    // Typing into the search field, one key every debounce: each keystroke to the rows
+    // repainted, which holds the 100 ms the field waits for the next key.
+    if (options.only.empty()) {
+        QLineEdit& field = *controller.window()->search;
+        std::vector<double> typed;
+        for (const char* word : {"kick", "snare loop", "ba", "808 bass", "pad"}) {
+            resetBrowse(state);
+            field.clear();
+            while (browser.searchRefreshPending()) QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+            for (const char* c = word; *c; ++c) {
+                QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(QChar::fromLatin1(*c)));
+                QElapsedTimer t;
+                t.start();
+                QCoreApplication::sendEvent(&field, &press);
+                while (browser.searchRefreshPending()) QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+                table.repaint();
+                typed.push_back(t.nsecsElapsed() / 1e6);
+            }
+        }
+        const Stats typing = stats(typed);
+        std::printf("typing a search (%zu keystrokes): keystroke to rows repainted p50 %.1f ms  p95 %.1f ms;\n"
+                    "  after the field's 100 ms wait for the next key: p50 %.1f ms  p95 %.1f ms   goal < 50 ms\n\n",
+                    typed.size(), typing.p50, typing.p95, typing.p50 - 100, typing.p95 - 100);
+    }
 
     // A held key: 30 presses of "next", 15 ms apart (faster than key repeat), over the
     // first page made real with short files, while each decode takes 40 ms (a slow
