@@ -4,7 +4,10 @@
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <cerrno>
+#include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace qv {
@@ -18,11 +21,13 @@ std::optional<std::int64_t> lastWriteSeconds(const std::filesystem::path& path, 
     return nanoseconds.count() / 1'000'000'000;
 }
 
-std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error)
-{
 #if defined(__unix__) || defined(__APPLE__)
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) {
+
+namespace {
+
+std::optional<FileSizeAndTime> fromStatus(int result, const struct stat& status, std::error_code& error)
+{
+    if (result != 0) {
         error.assign(errno, std::generic_category());
         return std::nullopt;
     }
@@ -40,13 +45,58 @@ std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path
     if (seconds < 0 && written.tv_nsec > 0) ++seconds;
     error.clear();
     return FileSizeAndTime{static_cast<std::uintmax_t>(status.st_size), seconds};
+}
+
+} // namespace
+
+std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error)
+{
+    struct stat status {};
+    const int result = ::stat(path.c_str(), &status);
+    return fromStatus(result, status, error);
+}
+
+FolderStatus::~FolderStatus()
+{
+    if (_handle >= 0) ::close(_handle);
+}
+
+std::optional<FileSizeAndTime> FolderStatus::query(const std::filesystem::path& path, std::error_code& error)
+{
+    const std::string_view text = path.native();
+    const auto slash = text.rfind('/');
+    if (slash == std::string_view::npos || slash == 0) return fileSizeAndTime(path, error);
+    const std::string_view folder = text.substr(0, slash);
+    if (_handle < 0 || folder != _folder) {
+        if (_handle >= 0) ::close(_handle);
+        _folder = folder;
+        _handle = ::open(_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    }
+    // A folder that cannot be opened (search permission only) still answers by full path.
+    if (_handle < 0) return fileSizeAndTime(path, error);
+    struct stat status {};
+    const int result = ::fstatat(_handle, path.c_str() + slash + 1, &status, 0);
+    return fromStatus(result, status, error);
+}
+
 #else
+
+std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error)
+{
     const auto size = std::filesystem::file_size(path, error);
     if (error) return std::nullopt;
     const auto seconds = lastWriteSeconds(path, error);
     if (!seconds) return std::nullopt;
     return FileSizeAndTime{size, *seconds};
-#endif
 }
+
+FolderStatus::~FolderStatus() = default;
+
+std::optional<FileSizeAndTime> FolderStatus::query(const std::filesystem::path& path, std::error_code& error)
+{
+    return fileSizeAndTime(path, error);
+}
+
+#endif
 
 } // namespace qv

@@ -3,11 +3,12 @@
 #include "ascii.h"
 #include "db/database.h"
 #include "scan/file_time.h"
+#include "scan/library_snapshot.h"
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
-#include <vector>
 
 namespace qv {
 
@@ -18,6 +19,13 @@ namespace {
 [[noreturn]] void fail(const std::string& message)
 {
     throw std::runtime_error(message);
+}
+
+std::optional<LibrarySnapshot::Record> stored(const Database& db, const fs::path& path)
+{
+    const auto sample = db.findByPath(path);
+    if (!sample) return std::nullopt;
+    return LibrarySnapshot::Record{sample->fileSize, sample->modifiedAt};
 }
 
 bool isDirectory(const fs::path& path)
@@ -59,7 +67,16 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
     const std::int64_t libraryId = db.addLibrary(canonicalRoot);
 
     ScanStats stats;
-    std::vector<std::string> seen;
+    // One read of the library's records instead of a query per file; a path the snapshot
+    // does not hold (another library's, or read after a failure) is still looked up.
+    LibrarySnapshot snapshot;
+    const bool complete = db.recordedFiles(
+        libraryId, [&snapshot](std::int64_t count) { snapshot.reserve(static_cast<std::size_t>(count)); },
+        [&snapshot](std::int64_t id, std::string_view path, std::int64_t fileSize, std::int64_t modifiedAt) {
+            snapshot.add(id, path, fileSize, modifiedAt);
+        });
+    std::size_t walked = 0;
+    FolderStatus status;
 
     std::error_code ec;
     Database::ScanBatch batch(db);
@@ -81,29 +98,33 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
 
         // The walk starts at the canonical root and does not follow directory links, so
         // only a link entry itself can make its path non-canonical.
-        fs::path path = entry.path();
+        fs::path resolved;
         if (link) {
-            path = fs::weakly_canonical(entry.path(), ec);
+            resolved = fs::weakly_canonical(entry.path(), ec);
             if (ec) fail("Cannot resolve sample path: " + ec.message());
         }
+        const fs::path& path = link ? resolved : entry.path();
 
         // One status query gives both; its failure reads as the size being unreadable.
-        const auto info = fileSizeAndTime(path, ec);
+        const auto info = status.query(path, ec);
         if (!info) fail("Cannot read sample size: " + ec.message());
         if (info->size == 0) {
             ++stats.emptySkipped;
             continue;
         }
-        seen.push_back(path.string());
-
-        std::optional<Sample> existing = db.findByPath(path);
+        ++walked;
+        // A path the snapshot does not hold, or visited again (two links to one file, after
+        // this scan's own write), is looked up.
+        auto existing = snapshot.markSeen(path.native());
+        if (!existing) existing = stored(db, path);
         const std::int64_t seconds = info->modifiedAt;
         const auto fileSize = static_cast<std::int64_t>(info->size);
 
         if (!existing) {
             if (auto old = db.relinkMovedSample(libraryId, path, fileSize, seconds)) {
                 stats.moved.emplace_back(old->string(), path.string());
-                existing = db.findByPath(path);
+                snapshot.forget(old->native());
+                existing = stored(db, path);
             }
         }
 
@@ -115,7 +136,7 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
             ++(existing ? stats.updated : stats.added);
         }
 
-        if (progress) progress(seen.size(), path);
+        if (progress) progress(walked, path);
     }
     batch.finish();
     if (ec) fail("Scan incomplete; old entries preserved: " + ec.message());
@@ -125,7 +146,10 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
         fail("Library disconnected during scan; old entries preserved.");
     }
 
-    db.removeMissing(libraryId, seen, stats.removed);
+    // The snapshot knows what vanished unless its read was cut short; then every record
+    // of the library is checked against the paths seen.
+    if (complete) db.removeVanished(libraryId, snapshot.unseen(), stats.removed);
+    else db.removeMissing(libraryId, [&snapshot](std::string_view path) { return snapshot.seen(path); }, stats.removed);
     db.setLibraryAvailable(canonicalRoot, true);
     if (root.native() != canonicalRoot.native()) db.setLibraryAvailable(root, true);
     return stats;
