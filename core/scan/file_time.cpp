@@ -4,10 +4,7 @@
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <cerrno>
-#include <fcntl.h>
-#include <string_view>
 #include <sys/stat.h>
-#include <unistd.h>
 #endif
 
 namespace qv {
@@ -23,9 +20,7 @@ std::optional<std::int64_t> lastWriteSeconds(const std::filesystem::path& path, 
 
 #if defined(__unix__) || defined(__APPLE__)
 
-namespace {
-
-std::optional<FileSizeAndTime> fromStatus(int result, const struct stat& status, std::error_code& error)
+std::optional<FileSizeAndTime> fileSizeAndTime(const struct stat& status, int result, std::error_code& error)
 {
     if (result != 0) {
         error.assign(errno, std::generic_category());
@@ -47,36 +42,11 @@ std::optional<FileSizeAndTime> fromStatus(int result, const struct stat& status,
     return FileSizeAndTime{static_cast<std::uintmax_t>(status.st_size), seconds};
 }
 
-} // namespace
-
 std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error)
 {
     struct stat status {};
     const int result = ::stat(path.c_str(), &status);
-    return fromStatus(result, status, error);
-}
-
-FolderStatus::~FolderStatus()
-{
-    if (_handle >= 0) ::close(_handle);
-}
-
-std::optional<FileSizeAndTime> FolderStatus::query(const std::filesystem::path& path, std::error_code& error)
-{
-    const std::string_view text = path.native();
-    const auto slash = text.rfind('/');
-    if (slash == std::string_view::npos || slash == 0) return fileSizeAndTime(path, error);
-    const std::string_view folder = text.substr(0, slash);
-    if (_handle < 0 || folder != _folder) {
-        if (_handle >= 0) ::close(_handle);
-        _folder = folder;
-        _handle = ::open(_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    }
-    // A folder that cannot be opened (search permission only) still answers by full path.
-    if (_handle < 0) return fileSizeAndTime(path, error);
-    struct stat status {};
-    const int result = ::fstatat(_handle, path.c_str() + slash + 1, &status, 0);
-    return fromStatus(result, status, error);
+    return fileSizeAndTime(status, result, error);
 }
 
 #else
@@ -88,13 +58,6 @@ std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path
     const auto seconds = lastWriteSeconds(path, error);
     if (!seconds) return std::nullopt;
     return FileSizeAndTime{size, *seconds};
-}
-
-FolderStatus::~FolderStatus() = default;
-
-std::optional<FileSizeAndTime> FolderStatus::query(const std::filesystem::path& path, std::error_code& error)
-{
-    return fileSizeAndTime(path, error);
 }
 
 #endif

@@ -10,8 +10,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <string>
 #include <system_error>
+
+#if defined(__unix__) || defined(__APPLE__)
+struct stat;
+#endif
 
 namespace qv {
 
@@ -26,22 +29,10 @@ struct FileSizeAndTime {
 // file, and a second query would double its cost. Follows symbolic links.
 std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error);
 
-// The same query for the files of a walk, made relative to an open handle of the file's
-// folder where the platform has one: the system then resolves one name instead of every
-// folder of the path, which was most of an unchanged rescan's time. The handle is kept
-// while files come from the same folder. One thread.
-class FolderStatus {
-public:
-    FolderStatus() = default;
-    ~FolderStatus();
-    FolderStatus(const FolderStatus&) = delete;
-    FolderStatus& operator=(const FolderStatus&) = delete;
-
-    std::optional<FileSizeAndTime> query(const std::filesystem::path& path, std::error_code& error);
-
-private:
-    std::string _folder; // of the open handle
-    int _handle = -1;
-};
+#if defined(__unix__) || defined(__APPLE__)
+// The same from a status query the caller made (relative to a folder handle, say); a
+// `result` other than 0 reads errno.
+std::optional<FileSizeAndTime> fileSizeAndTime(const struct stat& status, int result, std::error_code& error);
+#endif
 
 } // namespace qv

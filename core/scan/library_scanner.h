@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <functional>
 #include <mutex>
+#include <string_view>
 
 namespace qv {
 
@@ -30,6 +31,7 @@ public:
     // True for ".wav", ".aif", ".aiff", ".mp3", ".mid", ".midi" (any letter case), except
     // the "._" companions some file systems write beside every file.
     static bool supported(const std::filesystem::path& path);
+    static bool supportedName(std::string_view fileName); // the same, of a file name
 
     ScanStats scan(const std::filesystem::path& root, const Progress& progress, bool force);
 
