@@ -4,16 +4,20 @@
 // scan may hold in proportion to the library.
 //
 //   scan_bench [--files N] [--shape deep|wide] [--dir DIR] [--cli PATH]
+//   scan_bench --snapshot-files N
 //
 // deep: the generator's producer folders (nested packs, junk files). wide: N small WAVE
 // files in 350 flat folders (about 86 a folder at 30,000), the shape where the per-file
 // cost of a rescan shows most against the walk. The rescan is timed in this process and
 // again through quorvalinder-cli, whose figure includes its start and the database open.
 // The library is generated once into DIR (default under the temp folder) and reused.
+// --snapshot-files measures, alone in its process, the memory a rescan's snapshot of N
+// records takes (resident growth and peak), beside a plain list of the same paths.
 #include "library_generator.h"
 #include "wave_writer.h"
 #include "db/database.h"
 #include "scan/library_scanner.h"
+#include "scan/library_snapshot.h"
 
 #include <algorithm>
 #include <chrono>
@@ -51,6 +55,70 @@ long peakKilobytes()
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss;
+}
+
+long residentKilobytes()
+{
+    long pages = 0;
+    long resident = 0;
+    if (std::FILE* statm = std::fopen("/proc/self/statm", "r")) {
+        if (std::fscanf(statm, "%ld %ld", &pages, &resident) != 2) resident = 0;
+        std::fclose(statm);
+    }
+    return resident * (::sysconf(_SC_PAGESIZE) / 1024);
+}
+
+// A producer's library path of about a hundred bytes, different for every i.
+std::string libraryPath(std::uint64_t i)
+{
+    static const char* const packs[] = {"Deep House Essentials", "Trap Drums Vol 2", "Lo-Fi Keys", "Techno Tools"};
+    static const char* const kinds[] = {"Kicks", "Snares", "Loops/Drum Loops", "One Shots/Synth"};
+    char text[200];
+    std::snprintf(text, sizeof text, "/home/producer/Music/Samples/%s %03llu/%s/%s %llu BPM Am %07llu.wav",
+                  packs[i % 4], static_cast<unsigned long long>(i / 2000), kinds[(i / 7) % 4], kinds[i % 4],
+                  static_cast<unsigned long long>(90 + i % 60), static_cast<unsigned long long>(i));
+    return text;
+}
+
+int measureSnapshot(std::uint64_t files)
+{
+    std::size_t pathBytes = 0;
+    const long before = residentKilobytes();
+    const long peakBefore = peakKilobytes();
+    std::size_t held = 0;
+    long grown = 0;
+    {
+        // Filled as a scan fills it: reserved from the count, then one record at a time.
+        qv::LibrarySnapshot snapshot;
+        snapshot.reserve(files);
+        for (std::uint64_t i = 0; i < files; ++i) {
+            const std::string path = libraryPath(i);
+            pathBytes += path.size();
+            snapshot.add(static_cast<std::int64_t>(i + 1), path, 1000 + static_cast<std::int64_t>(i),
+                         1700000000);
+        }
+        for (std::uint64_t i = 0; i < files; ++i) (void)snapshot.markSeen(libraryPath(i));
+        held = snapshot.bytesHeld();
+        grown = residentKilobytes() - before;
+    }
+    const long peak = peakKilobytes() - peakBefore;
+    long listGrown = 0;
+    {
+        // What the scan kept before: every seen path as a string in a list.
+        const long listBefore = residentKilobytes();
+        std::vector<std::string> seen;
+        for (std::uint64_t i = 0; i < files; ++i) seen.push_back(libraryPath(i));
+        listGrown = residentKilobytes() - listBefore;
+    }
+    const double n = static_cast<double>(files);
+    std::printf("%-40s %12s %12s %8s\n", "snapshot memory per file", "value", "baseline", "ratio");
+    std::printf("%-40s %10.0f B %10.0f B %8.2f\n", "resident growth vs seen-path list", grown * 1024.0 / n,
+                listGrown * 1024.0 / n, static_cast<double>(grown) / static_cast<double>(std::max(listGrown, 1L)));
+    std::printf("%-40s %10.0f B\n", "peak growth", peak * 1024.0 / n);
+    std::printf("%-40s %10.0f B\n", "held by the snapshot's buffers", static_cast<double>(held) / n);
+    std::printf("(%llu records, mean path %.0f bytes)\n", static_cast<unsigned long long>(files),
+                static_cast<double>(pathBytes) / n);
+    return 0;
 }
 
 std::string quoted(const std::string& text)
@@ -97,6 +165,7 @@ int main(int argc, char** argv)
         else if (option == "--shape") shape = argv[i + 1];
         else if (option == "--dir") dir = argv[i + 1];
         else if (option == "--cli") cli = argv[i + 1];
+        else if (option == "--snapshot-files") return measureSnapshot(std::stoull(argv[i + 1]));
     }
     const bool wide = shape == "wide";
     if (files == 0) files = wide ? 30000 : 100000;

@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <bit>
 #include <functional>
+#include <stdexcept>
 
 namespace qv {
 
 namespace {
 
 constexpr std::size_t kFirstSlots = 1024;
+constexpr int kBlockBits = 20;
+constexpr std::size_t kBlockSize = std::size_t{1} << kBlockBits;
+constexpr std::size_t kLongestPath = (std::size_t{1} << 18) - 1;
 constexpr std::uint64_t kNumberMask = 0xffffffffu;
 
 std::uint64_t hashOf(std::string_view path)
@@ -25,7 +29,8 @@ std::uint64_t tagOf(std::uint64_t hash)
 
 std::string_view LibrarySnapshot::pathOf(const Entry& entry) const
 {
-    return std::string_view(_paths).substr(entry.offset, entry.length);
+    const std::uint64_t offset = entry.offset;
+    return std::string_view(_blocks[offset >> kBlockBits].get() + (offset & (kBlockSize - 1)), entry.length);
 }
 
 std::size_t LibrarySnapshot::slotOf(std::string_view path, std::uint64_t hash) const
@@ -64,9 +69,16 @@ LibrarySnapshot::Entry& LibrarySnapshot::insert(std::string_view path, std::uint
 {
     // At most half full, so that a miss (every new file) ends after a probe or two.
     if (2 * (_entries.size() + 1) > _slots.size()) rehash(_slots.empty() ? kFirstSlots : 2 * _slots.size());
+    if (path.size() > kLongestPath) throw std::length_error("path too long for the scan: " + std::string(path));
     const std::size_t slot = slotOf(path, hash);
-    _entries.push_back({_paths.size(), path.size(), 0, 0, 0, 0, 0});
-    _paths.append(path);
+    if (_blocks.empty() || _blockUsed + path.size() > kBlockSize) {
+        _blocks.push_back(std::make_unique_for_overwrite<char[]>(kBlockSize));
+        _blockUsed = 0;
+    }
+    const std::uint64_t offset = ((_blocks.size() - 1) << kBlockBits) | _blockUsed;
+    std::copy(path.begin(), path.end(), _blocks.back().get() + _blockUsed);
+    _blockUsed += path.size();
+    _entries.push_back({offset, path.size(), 0, 0, 0, 0, 0});
     _slots[slot] = tagOf(hash) | _entries.size();
     return _entries.back();
 }
@@ -121,7 +133,7 @@ std::vector<std::pair<std::int64_t, std::string_view>> LibrarySnapshot::unseen()
 
 std::size_t LibrarySnapshot::bytesHeld() const
 {
-    return _paths.capacity() + _entries.capacity() * sizeof(Entry) + _slots.capacity() * sizeof(std::uint64_t);
+    return _blocks.size() * kBlockSize + _entries.capacity() * sizeof(Entry) + _slots.capacity() * sizeof(std::uint64_t);
 }
 
 } // namespace qv

@@ -3,13 +3,15 @@
 // every stored path with its record id, size and time, and which paths the walk has
 // seen since, so that the vanished ones are known without reading the library again.
 //
-// Compact at a million files: the paths are appended to one shared buffer, an entry is
-// 32 bytes, and the open-addressing table holds 8-byte slots (entry number and part of
-// the hash) at most half full: about 150 bytes a file with a 100-byte path. Not
-// thread-safe; one scan owns it.
+// Compact at a million files: the paths are packed end to end in 1 MiB blocks (never
+// copied as they grow), an entry is 32 bytes, and the open-addressing table holds 8-byte
+// slots (entry number and part of the hash) at most half full: about 145 bytes a file
+// with a 94-byte path, peak included. Paths up to 256 KiB. Not thread-safe; one scan
+// owns it.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -45,8 +47,8 @@ public:
 
 private:
     struct Entry {
-        std::uint64_t offset : 40;
-        std::uint64_t length : 22;
+        std::uint64_t offset : 44; // block number << 20 | position in the block
+        std::uint64_t length : 18;
         std::uint64_t recorded : 1;
         std::uint64_t seen : 1;
         std::int64_t id;
@@ -61,7 +63,8 @@ private:
     Entry& insert(std::string_view path, std::uint64_t hash);
     void rehash(std::size_t slotCount);
 
-    std::string _paths;
+    std::vector<std::unique_ptr<char[]>> _blocks;
+    std::size_t _blockUsed = 0; // bytes used of the last block
     std::vector<Entry> _entries;
     std::vector<std::uint64_t> _slots; // high half: hash bits; low half: entry number + 1 (0 is empty)
 };
