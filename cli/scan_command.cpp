@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <ostream>
 
 namespace qv::cli {
@@ -65,11 +66,12 @@ void runScan(CliContext& context, const ScanOptions& options)
     // A typo is the caller's mistake; a known library that vanished is scanned so that it
     // is marked offline, as the application does.
     Database& db = context.database();
-    const auto libraries = db.libraries();
+    std::optional<std::vector<Library>> libraries; // read only when a folder is missing
     for (const auto& root : options.roots) {
         std::error_code ec;
         if (std::filesystem::exists(root, ec)) continue;
-        const bool known = std::any_of(libraries.begin(), libraries.end(),
+        if (!libraries) libraries = db.libraries(Counts::Skipped);
+        const bool known = std::any_of(libraries->begin(), libraries->end(),
                                        [&](const Library& library) { return library.path == root; });
         if (!known) throw UserError("No such folder: " + root);
     }

@@ -28,6 +28,8 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qv {
@@ -140,6 +142,19 @@ public:
     void upsert(const Sample& sample, std::int64_t libraryId);
     void removeMissing(std::int64_t libraryId, const std::vector<std::string>& seenPaths,
                        std::uint64_t& removed);
+    void removeMissing(std::int64_t libraryId, const std::function<bool(std::string_view path)>& seen,
+                       std::uint64_t& removed);
+    // The library's records (id, path, size and time) in no set order, read in one pass:
+    // what a scan compares the files on disk with. `expect` first hears how many there
+    // are. A listing: false when a SQLite failure cut it short.
+    using RecordVisitor = std::function<void(std::int64_t id, std::string_view path, std::int64_t fileSize,
+                                             std::int64_t modifiedAt)>;
+    bool recordedFiles(std::int64_t libraryId, const std::function<void(std::int64_t count)>& expect,
+                       const RecordVisitor& visit) const;
+    // Deletes records of files a scan found vanished, each only while it still belongs to
+    // the library under the path given (a record moved or reassigned meanwhile stays).
+    void removeVanished(std::int64_t libraryId, const std::vector<std::pair<std::int64_t, std::string_view>>& gone,
+                        std::uint64_t& removed);
     std::vector<Library> libraries(Counts counts = Counts::Included) const;
     void setLibraryDisplayLabel(std::int64_t libraryId, const std::string& label);
     void removeLibrary(std::int64_t libraryId);

@@ -197,9 +197,15 @@ void Database::upsertLocked(const Sample& sample, std::int64_t libraryId)
 void Database::removeMissing(std::int64_t libraryId, const std::vector<std::string>& seenPaths,
                              std::uint64_t& removed)
 {
+    const std::unordered_set<std::string_view> seen(seenPaths.begin(), seenPaths.end());
+    removeMissing(libraryId, [&seen](std::string_view path) { return seen.contains(path); }, removed);
+}
+
+void Database::removeMissing(std::int64_t libraryId, const std::function<bool(std::string_view path)>& seen,
+                             std::uint64_t& removed)
+{
     const auto lock = settledLock();
     removed = 0;
-    const std::unordered_set<std::string_view> seen(seenPaths.begin(), seenPaths.end());
 
     Transaction tx(*_connection);
     std::vector<std::int64_t> gone;
@@ -207,7 +213,7 @@ void Database::removeMissing(std::int64_t libraryId, const std::vector<std::stri
         Statement st(*_connection, "SELECT id,path FROM samples WHERE library_id=?");
         st.bind(1, libraryId);
         while (st.step()) {
-            if (!seen.contains(st.columnText(1))) gone.push_back(st.columnInt64(0));
+            if (!seen(st.columnView(1))) gone.push_back(st.columnInt64(0));
         }
     }
     {
@@ -220,6 +226,47 @@ void Database::removeMissing(std::int64_t libraryId, const std::vector<std::stri
     }
     tx.commit();
     removed = gone.size();
+}
+
+bool Database::recordedFiles(std::int64_t libraryId, const std::function<void(std::int64_t count)>& expect,
+                             const RecordVisitor& visit) const
+{
+    const auto lock = settledLock();
+    try {
+        // One read transaction for both, so that the count is that of the rows listed.
+        ReadTransaction read(*_connection);
+        Statement count(*_connection, "SELECT count(*) FROM samples WHERE library_id=?");
+        count.bind(1, libraryId);
+        if (count.step()) expect(count.columnInt64(0));
+        Statement st(*_connection, "SELECT id,path,file_size,modified_at FROM samples WHERE library_id=?");
+        st.bind(1, libraryId);
+        while (st.step()) visit(st.columnInt64(0), st.columnView(1), st.columnInt64(2), st.columnInt64(3));
+        return true;
+    } catch (const SqliteError&) {
+        return false; // a listing returns what it could read
+    }
+}
+
+void Database::removeVanished(std::int64_t libraryId,
+                              const std::vector<std::pair<std::int64_t, std::string_view>>& gone,
+                              std::uint64_t& removed)
+{
+    const auto lock = settledLock();
+    removed = 0;
+    if (gone.empty()) return;
+    std::uint64_t count = 0;
+    Transaction tx(*_connection);
+    Statement st(*_connection, "DELETE FROM samples WHERE id=? AND path=? AND library_id=?");
+    for (const auto& [id, path] : gone) {
+        st.bind(1, id);
+        st.bind(2, path);
+        st.bind(3, libraryId);
+        st.stepDone();
+        count += static_cast<std::uint64_t>(_connection->changes());
+        st.reset();
+    }
+    tx.commit();
+    removed = count;
 }
 
 std::vector<Library> Database::libraries(Counts counts) const

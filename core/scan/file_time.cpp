@@ -18,11 +18,11 @@ std::optional<std::int64_t> lastWriteSeconds(const std::filesystem::path& path, 
     return nanoseconds.count() / 1'000'000'000;
 }
 
-std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error)
-{
 #if defined(__unix__) || defined(__APPLE__)
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) {
+
+std::optional<FileSizeAndTime> fileSizeAndTime(const struct stat& status, int result, std::error_code& error)
+{
+    if (result != 0) {
         error.assign(errno, std::generic_category());
         return std::nullopt;
     }
@@ -40,13 +40,26 @@ std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path
     if (seconds < 0 && written.tv_nsec > 0) ++seconds;
     error.clear();
     return FileSizeAndTime{static_cast<std::uintmax_t>(status.st_size), seconds};
+}
+
+std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error)
+{
+    struct stat status {};
+    const int result = ::stat(path.c_str(), &status);
+    return fileSizeAndTime(status, result, error);
+}
+
 #else
+
+std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error)
+{
     const auto size = std::filesystem::file_size(path, error);
     if (error) return std::nullopt;
     const auto seconds = lastWriteSeconds(path, error);
     if (!seconds) return std::nullopt;
     return FileSizeAndTime{size, *seconds};
-#endif
 }
+
+#endif
 
 } // namespace qv

@@ -12,6 +12,10 @@
 #include <optional>
 #include <system_error>
 
+#if defined(__unix__) || defined(__APPLE__)
+struct stat;
+#endif
+
 namespace qv {
 
 std::optional<std::int64_t> lastWriteSeconds(const std::filesystem::path& path, std::error_code& error);
@@ -24,5 +28,11 @@ struct FileSizeAndTime {
 // Both from one status query where the platform allows it: a rescan asks this of every
 // file, and a second query would double its cost. Follows symbolic links.
 std::optional<FileSizeAndTime> fileSizeAndTime(const std::filesystem::path& path, std::error_code& error);
+
+#if defined(__unix__) || defined(__APPLE__)
+// The same from a status query the caller made (relative to a folder handle, say); a
+// `result` other than 0 reads errno.
+std::optional<FileSizeAndTime> fileSizeAndTime(const struct stat& status, int result, std::error_code& error);
+#endif
 
 } // namespace qv

@@ -3,11 +3,13 @@
 #include "ascii.h"
 #include "db/database.h"
 #include "scan/file_time.h"
+#include "scan/folder_walk.h"
+#include "scan/library_snapshot.h"
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
-#include <vector>
 
 namespace qv {
 
@@ -18,6 +20,13 @@ namespace {
 [[noreturn]] void fail(const std::string& message)
 {
     throw std::runtime_error(message);
+}
+
+std::optional<LibrarySnapshot::Record> stored(const Database& db, const fs::path& path)
+{
+    const auto sample = db.findByPath(path);
+    if (!sample) return std::nullopt;
+    return LibrarySnapshot::Record{sample->fileSize, sample->modifiedAt};
 }
 
 bool isDirectory(const fs::path& path)
@@ -36,11 +45,18 @@ LibraryScanner::LibraryScanner(Database& database)
 
 bool LibraryScanner::supported(const fs::path& path)
 {
-    const std::string name = path.filename().string();
-    if (name.size() >= 2 && name.starts_with("._")) return false;
-    const std::string extension = ascii::lowered(path.extension().string());
+    return supportedName(path.filename().string());
+}
+
+bool LibraryScanner::supportedName(std::string_view name)
+{
+    if (name.starts_with("._")) return false;
+    // The extension as std::filesystem reads it: none when the only dot starts the name.
+    const auto dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0) return false;
+    const std::string extension = ascii::lowered(name.substr(dot));
     return extension == ".wav" || extension == ".aif" || extension == ".aiff" || extension == ".mp3"
-        || hasMidiExtension(path);
+        || extension == ".mid" || extension == ".midi";
 }
 
 ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, bool force)
@@ -59,63 +75,75 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
     const std::int64_t libraryId = db.addLibrary(canonicalRoot);
 
     ScanStats stats;
-    std::vector<std::string> seen;
+    // One read of the library's records instead of a query per file; a path the snapshot
+    // does not hold (another library's, or read after a failure) is still looked up.
+    LibrarySnapshot snapshot;
+    const bool complete = db.recordedFiles(
+        libraryId, [&snapshot](std::int64_t count) { snapshot.reserve(static_cast<std::size_t>(count)); },
+        [&snapshot](std::int64_t id, std::string_view path, std::int64_t fileSize, std::int64_t modifiedAt) {
+            snapshot.add(id, path, fileSize, modifiedAt);
+        });
+    std::size_t walked = 0;
 
     std::error_code ec;
     Database::ScanBatch batch(db);
-    fs::recursive_directory_iterator walk(canonicalRoot, ec);
+    FolderWalk walk(canonicalRoot, ec);
     if (ec) fail("Cannot read library: " + ec.message());
 
-    for (; walk != fs::recursive_directory_iterator(); walk.increment(ec)) {
-        if (ec) break;
-        const fs::directory_entry& entry = *walk;
-
+    while (walk.next(ec)) {
         // Types come from the directory listing; only links need a status query. Entries
         // that are gone (dangling links, files deleted meanwhile) are passed over.
-        const bool link = entry.is_symlink(ec);
+        const auto type = walk.type(ec);
+        const bool link = type == fs::file_type::symlink;
         bool regular = false;
-        if (!ec) regular = link ? fs::is_regular_file(entry.status(ec)) : entry.is_regular_file(ec);
+        if (!ec) regular = link ? fs::is_regular_file(fs::status(walk.path(), ec)) : type == fs::file_type::regular;
         if (ec == std::errc::no_such_file_or_directory) ec.clear();
-        if (ec) fail("Cannot inspect " + entry.path().string() + ": " + ec.message());
-        if (!regular || !supported(entry.path())) continue;
+        if (ec) fail("Cannot inspect " + walk.pathText() + ": " + ec.message());
+        if (!regular || !supportedName(walk.name())) continue;
 
         // The walk starts at the canonical root and does not follow directory links, so
         // only a link entry itself can make its path non-canonical.
-        fs::path path = entry.path();
+        fs::path resolved;
         if (link) {
-            path = fs::weakly_canonical(entry.path(), ec);
+            resolved = fs::weakly_canonical(walk.path(), ec);
             if (ec) fail("Cannot resolve sample path: " + ec.message());
         }
+        const std::string& pathText = link ? resolved.native() : walk.pathText();
 
         // One status query gives both; its failure reads as the size being unreadable.
-        const auto info = fileSizeAndTime(path, ec);
+        const auto info = link ? fileSizeAndTime(resolved, ec) : walk.sizeAndTime(ec);
         if (!info) fail("Cannot read sample size: " + ec.message());
         if (info->size == 0) {
             ++stats.emptySkipped;
             continue;
         }
-        seen.push_back(path.string());
-
-        std::optional<Sample> existing = db.findByPath(path);
+        ++walked;
+        // A path the snapshot does not hold, or visited again (two links to one file, after
+        // this scan's own write), is looked up.
+        auto existing = snapshot.markSeen(pathText);
+        // Made only when needed: an unchanged file with no progress to report never is.
+        const auto path = [&]() -> const fs::path& { return link ? resolved : walk.path(); };
+        if (!existing) existing = stored(db, path());
         const std::int64_t seconds = info->modifiedAt;
         const auto fileSize = static_cast<std::int64_t>(info->size);
 
         if (!existing) {
-            if (auto old = db.relinkMovedSample(libraryId, path, fileSize, seconds)) {
-                stats.moved.emplace_back(old->string(), path.string());
-                existing = db.findByPath(path);
+            if (auto old = db.relinkMovedSample(libraryId, path(), fileSize, seconds)) {
+                stats.moved.emplace_back(old->string(), pathText);
+                snapshot.forget(old->native());
+                existing = stored(db, path());
             }
         }
 
         if (!force && existing && existing->fileSize == fileSize && existing->modifiedAt == seconds) {
             ++stats.unchanged;
         } else {
-            const auto structure = _analyzer.analyze(path);
-            db.upsert(_parser.parse(path, canonicalRoot, structure), libraryId);
+            const auto structure = _analyzer.analyze(path());
+            db.upsert(_parser.parse(path(), canonicalRoot, structure), libraryId);
             ++(existing ? stats.updated : stats.added);
         }
 
-        if (progress) progress(seen.size(), path);
+        if (progress) progress(walked, path());
     }
     batch.finish();
     if (ec) fail("Scan incomplete; old entries preserved: " + ec.message());
@@ -125,7 +153,10 @@ ScanStats LibraryScanner::scan(const fs::path& root, const Progress& progress, b
         fail("Library disconnected during scan; old entries preserved.");
     }
 
-    db.removeMissing(libraryId, seen, stats.removed);
+    // The snapshot knows what vanished unless its read was cut short; then every record
+    // of the library is checked against the paths seen.
+    if (complete) db.removeVanished(libraryId, snapshot.unseen(), stats.removed);
+    else db.removeMissing(libraryId, [&snapshot](std::string_view path) { return snapshot.seen(path); }, stats.removed);
     db.setLibraryAvailable(canonicalRoot, true);
     if (root.native() != canonicalRoot.native()) db.setLibraryAvailable(root, true);
     return stats;

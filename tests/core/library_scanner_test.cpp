@@ -126,4 +126,59 @@ TEST_F(LibraryScannerTest, MissingOrVanishingRootIsMarkedOfflineAndKeepsItsRecor
     EXPECT_EQ(scan().unchanged, 30u);
 }
 
+// A rescan compares files with the records read as it starts; files rewritten after that
+// read, before the walk reaches them, are still seen as they are on disk.
+TEST_F(LibraryScannerTest, FilesChangedAfterTheRecordsWereReadAreAnalysedAgain)
+{
+    std::vector<fs::path> files;
+    for (int i = 0; i < 12; ++i) {
+        files.push_back(writeHit("Pack " + std::to_string(i % 3) + "/Hit " + std::to_string(i) + ".wav"));
+    }
+    EXPECT_EQ(scan().added, 12u);
+
+    const auto stats = scan(false, [&](std::size_t count, const fs::path& file) {
+        if (count != 1) return;
+        for (const auto& other : files) {
+            if (other != file) writeHit(fs::relative(other, _root), 0.7);
+        }
+    });
+    EXPECT_EQ(stats.unchanged, 1u);
+    EXPECT_EQ(stats.updated, 11u);
+    for (const auto& file : files) {
+        EXPECT_EQ(_db.findByPath(file)->fileSize, static_cast<std::int64_t>(fs::file_size(file))) << file;
+    }
+    EXPECT_EQ(scan().unchanged, 12u);
+}
+
+// Paths the library's own records do not hold are still looked up one by one: a file
+// reached through two links, rewritten, is analysed once; a folder inside another library
+// finds the outer library's records instead of adding them again.
+TEST_F(LibraryScannerTest, LinkedTwiceOrNestedFilesAreNotCountedAgain)
+{
+    const auto target = _dir / "Elsewhere/Shared Pad.wav";
+    qv::testkit::writeWave(target, qv::testkit::hitSignal(0.3, 44100, {0.0}));
+    fs::create_directories(_root);
+    fs::create_symlink(target, _root / "Pad A.wav");
+    fs::create_symlink(target, _root / "Pad B.wav");
+    writeHit("Inner/Kick.wav");
+    writeHit("Inner/Snare.wav");
+    const auto first = scan();
+    EXPECT_EQ(first.added, 3u);
+    EXPECT_EQ(first.unchanged, 1u);
+
+    qv::testkit::writeWave(target, qv::testkit::hitSignal(0.6, 44100, {0.0}));
+    const auto linked = scan();
+    EXPECT_EQ(linked.updated, 1u);
+    EXPECT_EQ(linked.unchanged, 3u);
+    EXPECT_EQ(_db.findByPath(target)->fileSize, static_cast<std::int64_t>(fs::file_size(target)));
+
+    const auto inner = LibraryScanner(_db).scan(_root / "Inner", {}, false);
+    EXPECT_EQ(inner.added, 0u);
+    EXPECT_EQ(inner.unchanged, 2u);
+    const auto outer = scan();
+    EXPECT_EQ(outer.unchanged, 4u);
+    EXPECT_EQ(outer.removed, 0u);
+    EXPECT_EQ(_db.countSamples(), 3);
+}
+
 } // namespace
