@@ -5,6 +5,8 @@
 
 #include <QBoxLayout>
 #include <QLabel>
+#include <QPainter>
+#include <QStyle>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QToolButton>
@@ -13,6 +15,22 @@
 #include <cmath>
 
 namespace {
+// A long file name is cut in the middle to the width the layout gives, whatever the
+// style sheet's font: eliding once to a fixed width cut bold names short of their end.
+class ElidingLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        const QRect area = contentsRect();
+        const QString shown = fontMetrics().elidedText(text(), Qt::ElideMiddle, area.width());
+        style()->drawItemText(&painter, area, int(alignment()), palette(), isEnabled(), shown, foregroundRole());
+    }
+};
+
 
 constexpr double kSliderScale = 1000.0; // the seek slider counts milliseconds
 
@@ -33,7 +51,7 @@ QVPlayerPanel::QVPlayerPanel(qv::WaveformQueue& queue, QWidget* parent)
     _next = transportButton(QStringLiteral("media-skip-forward"), tr("Next sample"));
     _stop = transportButton(QStringLiteral("media-playback-stop"), tr("Stop"));
 
-    _title = new QLabel(tr("No sample loaded"), this);
+    _title = new ElidingLabel(tr("No sample loaded"), this);
     _title->setObjectName(QStringLiteral("playerTitle"));
     _title->setMinimumWidth(120);
     _title->setMaximumWidth(260);
@@ -141,7 +159,7 @@ QToolButton* QVPlayerPanel::transportButton(const QString& symbol, const QString
 
 void QVPlayerPanel::setTitle(const QString& title)
 {
-    _title->setText(_title->fontMetrics().elidedText(title, Qt::ElideMiddle, _title->maximumWidth()));
+    _title->setText(title);
     _title->setToolTip(title);
 }
 

@@ -15,6 +15,20 @@ QVSettingsDialog::QVSettingsDialog(const qv::AppSettings& current, QWidget* pare
     : QDialog(parent)
 {
     setWindowTitle(QStringLiteral("Settings"));
+    // Its own surface and edge, as the shortcuts dialog has: on the window's background
+    // colour it read as part of the results, and the unchecked box was all but invisible.
+    const QString accent = (parent ? parent->palette() : palette()).color(QPalette::Highlight).name();
+    setObjectName(QStringLiteral("settingsDialog"));
+    setStyleSheet(QStringLiteral(
+        "QDialog#settingsDialog { background: rgb(30, 30, 32); border: 1px solid rgb(72, 72, 76); }"
+        "QCheckBox::indicator { width: 13px; height: 13px; border: 1px solid rgb(130, 130, 136); border-radius: 3px;"
+        " background: rgb(9, 9, 9); }"
+        "QCheckBox::indicator:checked { background: %1; border-color: %1; }"
+        "QDialogButtonBox QPushButton { color: white; background: rgb(58, 58, 62); border: none; border-radius: 6px;"
+        " padding: 5px 14px; min-width: 56px; }"
+        "QDialogButtonBox QPushButton:hover { background: rgb(72, 72, 76); }"
+        "QDialogButtonBox QPushButton:default { background: %1; }")
+                      .arg(accent));
     auto* form = new QFormLayout(this);
     form->setContentsMargins(20, 18, 20, 14);
     form->setHorizontalSpacing(14);

@@ -3,7 +3,8 @@
 # normal build, the core and window tests again under AddressSanitizer and UBSan, the threaded tests
 # under ThreadSanitizer, then a short run of each fuzz target, and the preview player
 # through a real audio sink (a private PulseAudio null sink), and the real window under
-# Xvfb driven by key presses. This is what CI runs.
+# Xvfb driven by key presses, and the screenshots of every screen (tools/screenshots.sh,
+# into build/screenshots). This is what CI runs.
 #   tools/test.sh            everything
 #   tools/test.sh --quick    the normal build and its tests only, for day-to-day work
 set -euo pipefail
@@ -55,6 +56,9 @@ if ((!quick)); then
   echo "== fuzz targets, a few seconds each"
   bash tools/fuzz.sh 10
 fi
+
+echo "== screenshots of every screen (Xvfb, real input; fails on a crash or a blank picture)"
+bash tools/screenshots.sh build/screenshots
 
 echo "== all tests ($((SECONDS - start)) s so far)"
 # Last, so that CTest's summary closes the output.
