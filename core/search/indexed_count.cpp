@@ -47,6 +47,7 @@ StrategyFacts IndexedPlan::facts(const SearchQuery& query)
     facts.rowText = testsTextByRow(query);
     facts.matches = countLocked(query);
     facts.highestId = scalar(_db, "SELECT max(id) FROM samples");
+    if (query.limit != 0 && namedAmongMembers(query)) facts.memberRows = static_cast<std::int64_t>(members(query).size());
     return facts;
 }
 
@@ -144,11 +145,27 @@ std::int64_t IndexedPlan::membersCount(const SearchQuery& query)
     std::vector<std::string> params;
     memberIds(query, sql, params);
     return state().remembered("members " + cacheKey(sql, params), [&] {
+        const auto& ids = members(query);
+        return static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
+    });
+}
+
+// The last membership asked for is kept: a page in name order reads it after its count.
+const std::vector<std::int64_t>& IndexedPlan::members(const SearchQuery& query)
+{
+    std::string sql;
+    std::vector<std::string> params;
+    membershipIds(query, sql, params);
+    PlanState& current = state();
+    std::string key = cacheKey(sql, params);
+    if (current.memberKey != key) {
         std::vector<std::int64_t> ids = readIds(_db, sql, params);
         std::sort(ids.begin(), ids.end());
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-        return static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
-    });
+        current.memberIds = std::move(ids);
+        current.memberKey = std::move(key);
+    }
+    return current.memberIds;
 }
 
 } // namespace qv

@@ -36,6 +36,12 @@ bool rankedByText(const SearchQuery& query)
         && !searchTokens(query.text).empty();
 }
 
+bool namedAmongMembers(const SearchQuery& query)
+{
+    return searchTokens(query.text).empty() && !query.sortByDuration && !query.sortByBpm && !query.bpm
+        && (query.playlistId || !query.genres.empty() || !query.genre.empty());
+}
+
 std::optional<SegmentedOrder> segmentedOrder(const SearchQuery& query)
 {
     if (query.sortByFilename) return std::nullopt;
@@ -107,6 +113,10 @@ SearchStrategy chooseStrategy(const SearchQuery& query, const StrategyFacts& fac
         } else if (listed && rankedByText(query)) {
             s.page = Page::RankedGroups;
         }
+    } else if (facts.memberRows && *facts.memberRows * 4 <= facts.highestId) {
+        // Members need not be spread evenly over the name order (a genre's packs named
+        // after it sit together): walking could visit most rows before the first.
+        s.page = Page::MembersByName;
     } else if (walks(query, facts)) {
         s.walkIndex = schema::kVisibleNameIndex;
     }
@@ -125,8 +135,8 @@ ValueList chooseValueList(const SearchQuery& query, bool fewPlaceRows)
 std::string describe(const SearchStrategy& strategy)
 {
     static constexpr const char* kCounts[] = {"visible", "looked up", "listed", "members", "statement"};
-    static constexpr const char* kPages[] = {"empty", "segmented", "tempo groups", "among matches", "ranked groups",
-                                             "statement"};
+    static constexpr const char* kPages[] = {"empty",         "segmented",       "tempo groups", "among matches",
+                                             "ranked groups", "members by name", "statement"};
     std::string text = std::string("count ") + kCounts[static_cast<int>(strategy.count)] + "; page "
         + kPages[static_cast<int>(strategy.page)];
     if (strategy.page == SearchStrategy::Page::Empty) return text;

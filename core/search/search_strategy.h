@@ -27,6 +27,8 @@ struct StrategyFacts {
     // Rows a count leaves out (hidden, offline), as their id ranges bound them; read only
     // when there are more than kAlwaysLookedUp full-text matches.
     std::int64_t excludedRows = 0;
+    // A query in name order without text that has a playlist or genres: its distinct members.
+    std::optional<std::int64_t> memberRows;
 };
 
 struct SearchStrategy {
@@ -43,6 +45,7 @@ struct SearchStrategy {
         TempoGroups,  // closest tempo first, read group by group of equal distance
         AmongMatches, // the query's order among the listed full-text matches
         RankedGroups, // ranked by text, reading the matches that can rank best first
+        MembersByName, // a playlist's or genres' members in the name order kept in memory, tested until the page is known
         Statement,    // one statement, walking or driven from an index
     };
 
@@ -68,6 +71,10 @@ std::string describe(const SearchStrategy& strategy);
 
 // Ordered by text rank: search text and no explicit sort or tempo filter.
 bool rankedByText(const SearchQuery& query);
+
+// Ordered by name, without text: a page may be read among a playlist's or genres'
+// members by their place in the name order.
+bool namedAmongMembers(const SearchQuery& query);
 
 // Duration and tempo sorts: the samples with a value in its direction, then those
 // without, each by name.
