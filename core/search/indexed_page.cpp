@@ -26,6 +26,14 @@ std::vector<std::int64_t> IndexedPlan::pageIds(const SearchQuery& query)
     case Page::RankedGroups:
         if (auto ids = rankedPageIds(query, fullTextMatches(query))) return *ids;
         return statementPageIds(query, {.rowText = strategy.rowText});
+    case Page::Intersected: {
+        std::vector<std::string> orderParams;
+        const std::string order = searchOrder(query, orderParams);
+        Matches m = intersectedMatches(query, false);
+        m.params.insert(m.params.end(), orderParams.begin(), orderParams.end());
+        return readIds(_db, "SELECT s.id FROM " + m.from + m.where + " ORDER BY " + order + windowOf(query).sql(),
+                       m.params);
+    }
     case Page::MembersByName:
         if (auto ids = memberPageIds(query)) return *ids;
         return statementPageIds(query, {.walkIndex = schema::kVisibleNameIndex});

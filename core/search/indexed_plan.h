@@ -70,6 +70,9 @@ private:
     const std::vector<std::int64_t>& fullTextMatches(const SearchQuery& query);
     std::int64_t membersCount(const SearchQuery& query);
     const std::vector<std::int64_t>& members(const SearchQuery& query); // membershipIds, distinct, sorted
+    const std::vector<std::int64_t>* intersected(const SearchQuery& query);
+    // The query's matches among the intersected ids, as FROM and WHERE.
+    Matches intersectedMatches(const SearchQuery& query, bool countScope);
 
     // excluded_rows.cpp
     const ExcludedRows& excludedRows();

@@ -29,7 +29,12 @@ struct StrategyFacts {
     std::int64_t excludedRows = 0;
     // A query in name order without text that has a playlist or genres: its distinct members.
     std::optional<std::int64_t> memberRows;
+    // A query with text and a playlist or genres, when few samples are both full-text
+    // matches and members (at most kIntersected): how many.
+    std::optional<std::size_t> intersected;
 };
+
+inline constexpr std::size_t kIntersected = 20000;
 
 struct SearchStrategy {
     enum class Count {
@@ -37,6 +42,7 @@ struct SearchStrategy {
         LookedUp,  // the full-text matches, each looked up by id
         Listed,    // the full-text matches less the excluded ids, without reading a row
         Members,   // a genre's or playlist's distinct members less the excluded ids
+        Intersected, // the full-text matches that are members, each looked up and tested
         Statement, // one count statement
     };
     enum class Page {
@@ -46,6 +52,7 @@ struct SearchStrategy {
         AmongMatches, // the query's order among the listed full-text matches
         RankedGroups, // ranked by text, reading the matches that can rank best first
         MembersByName, // a playlist's or genres' members in the name order kept in memory, tested until the page is known
+        Intersected,   // among the full-text matches that are members, each looked up and tested
         Statement,    // one statement, walking or driven from an index
     };
 
