@@ -53,7 +53,9 @@ StrategyFacts IndexedPlan::facts(const SearchQuery& query)
     facts.rowText = testsTextByRow(query);
     facts.matches = countLocked(query);
     facts.highestId = scalar(_db, "SELECT max(id) FROM samples");
-    if (query.limit != 0 && namedAmongMembers(query)) facts.memberRows = static_cast<std::int64_t>(members(query).size());
+    if (query.limit != 0 && namedAmongMembers(query)) {
+        facts.memberRows = static_cast<std::int64_t>(members(query).size());
+    }
     return facts;
 }
 

@@ -80,9 +80,10 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::memberPageIds(const Search
     const auto need = static_cast<std::size_t>(window.offset + window.limit);
     std::size_t placedFound = 0;
     std::size_t chunk = 64;
-    for (auto from = placed.begin(); from != placed.end() && placedFound < need; chunk = std::min<std::size_t>(chunk * 2, 4096)) {
-        const auto to = static_cast<std::size_t>(placed.end() - from) > chunk ? from + static_cast<std::ptrdiff_t>(chunk)
-                                                                             : placed.end();
+    for (auto from = placed.begin(); from != placed.end() && placedFound < need;
+         chunk = std::min<std::size_t>(chunk * 2, 4096)) {
+        const auto left = static_cast<std::size_t>(placed.end() - from);
+        const auto to = left > chunk ? from + static_cast<std::ptrdiff_t>(chunk) : placed.end();
         std::partial_sort(from, to, placed.end(), before);
         placedFound += test(from, to);
         from = to;

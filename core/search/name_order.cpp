@@ -116,7 +116,7 @@ void NameOrder::store()
     if (!_db.inTransaction()) return;
     std::vector<std::uint8_t> places(4 * _place.size());
     for (std::size_t i = 0; i < _place.size(); ++i) {
-        for (int b = 0; b < 4; ++b) places[4 * i + static_cast<std::size_t>(b)] = static_cast<std::uint8_t>(_place[i] >> (8 * b));
+        for (std::size_t b = 0; b < 4; ++b) places[4 * i + b] = static_cast<std::uint8_t>(_place[i] >> (8 * b));
     }
     try {
         Statement st(_db, "INSERT OR REPLACE INTO search_name_order(id,format,places,words) VALUES(1,?,?,?)");

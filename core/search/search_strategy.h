@@ -51,7 +51,7 @@ struct SearchStrategy {
         TempoGroups,  // closest tempo first, read group by group of equal distance
         AmongMatches, // the query's order among the listed full-text matches
         RankedGroups, // ranked by text, reading the matches that can rank best first
-        MembersByName, // a playlist's or genres' members in the name order kept in memory, tested until the page is known
+        MembersByName, // a playlist's or genres' members by the name order in memory, tested until the page is known
         Intersected,   // among the full-text matches that are members, each looked up and tested
         Statement,    // one statement, walking or driven from an index
     };
