@@ -98,6 +98,7 @@ QVController::~QVController()
     delete _sidebar;
     delete _scans;
     _window.reset();
+    QThreadPool::globalInstance()->waitForDone(); // the search warm-up, if still reading
     _database.reset();
 }
 
@@ -168,6 +169,8 @@ void QVController::applicationDidFinishLaunching()
     _window->show();
     _window->table->setFocus(); // Space and the arrows act at once
     step("show");
+    // The search's one-time reads, off the GUI thread, so the first search of each kind is quick too.
+    QThreadPool::globalInstance()->start([database = _database.get()] { database->warmUp(); });
     if (_options.warmUpAudio) {
         _warmup = new QVAudioWarmup(*_window->centralWidget(), [this] { return _playback->hasPreviewPlayer(); }, players());
         _warmup->start();

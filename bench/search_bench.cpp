@@ -12,11 +12,16 @@
 // sample, and the sidebar's folder tree from every sample path against the one from
 // the folder table (with --drop-caches also once from an emptied file cache; needs root).
 //
-//   search_bench [--db FILE] [--records N] [--seed N] [--reps N] [--only TEXT]
-//                [--values-only] [--drop-caches]
+// With --cli PATH it times instead each class through the command-line tool, each run a
+// new process (`PATH --db FILE search ... --json`, the output discarded), from spawn to
+// exit, beside the tool's bare start (`--help`).
+//
+//   search_bench [--db FILE] [--records N] [--seed N] [--genre-packs] [--reps N] [--only TEXT]
+//                [--values-only] [--drop-caches] [--cli PATH]
 //
 // The database is generated once (without audio) and reused: by default
-// bench-data/search-<N>.db next to this executable (search-<N>-seed<S>.db for another seed).
+// bench-data/search-<N>.db next to this executable (search-<N>-seed<S>.db for another seed,
+// -genre-packs before ".db" for that shape).
 #include "browse/folder_tree.h"
 #include "database_access.h"
 #include "database_filler.h"
@@ -38,6 +43,9 @@
 #include <string>
 #include <vector>
 
+#include <spawn.h>
+#include <sys/wait.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -53,6 +61,8 @@ struct Options {
     std::string only; // run just the cases and places whose name contains this
     bool valuesOnly = false; // just the value lists per place
     bool dropCaches = false;
+    qv::testkit::DataShape shape = qv::testkit::DataShape::Scanned;
+    fs::path cli; // time the classes through this command-line tool instead
 };
 
 struct Case {
@@ -112,12 +122,15 @@ Options parse(int argc, char** argv)
         else if (arg == "--only") options.only = value();
         else if (arg == "--drop-caches") options.dropCaches = true;
         else if (arg == "--values-only") options.valuesOnly = true;
+        else if (arg == "--genre-packs") options.shape = qv::testkit::DataShape::GenrePacks;
+        else if (arg == "--cli") options.cli = value();
         else throw std::runtime_error("unknown argument " + arg);
     }
     if (options.db.empty()) {
         options.db = fs::canonical("/proc/self/exe").parent_path() / "bench-data"
             / ("search-" + std::to_string(options.records)
-               + (options.seed == 1 ? std::string() : "-seed" + std::to_string(options.seed)) + ".db");
+               + (options.seed == 1 ? std::string() : "-seed" + std::to_string(options.seed))
+               + (options.shape == qv::testkit::DataShape::GenrePacks ? "-genre-packs" : "") + ".db");
     }
     return options;
 }
@@ -134,7 +147,7 @@ void ensureDatabase(const Options& options)
     std::fflush(stdout);
     const double ms = millisecondsOf([&] {
         qv::Database db(partial);
-        qv::testkit::fillDatabase(db, options.records, options.seed);
+        qv::testkit::fillDatabase(db, options.records, options.seed, {}, options.shape);
         qv::DatabaseTestAccess::exec(db, "PRAGMA wal_checkpoint(TRUNCATE)");
     });
     fs::rename(partial, options.db);
@@ -243,10 +256,10 @@ void folderTree(const Options& options, qv::Database& db)
 
 std::vector<Case> cases(qv::Database& db, sqlite3* raw)
 {
-    // A folder four levels below a library root, and the largest playlist.
+    // A folder four levels below the first library's root, and the largest playlist.
     const std::string deepFolder = fs::path(scalarText(raw, "SELECT path FROM samples WHERE genre<>'' AND path "
-                                                           "LIKE '/home/producer/Music/Samples/%/%/%/%/%' ORDER BY "
-                                                           "id LIMIT 1"))
+                                                           "LIKE (SELECT path FROM libraries ORDER BY id LIMIT 1)"
+                                                           "||'/%/%/%/%/%' ORDER BY id LIMIT 1"))
                                        .parent_path()
                                        .string();
     const std::string packFolder = fs::path(deepFolder).parent_path().parent_path().string();
@@ -279,9 +292,77 @@ std::vector<Case> cases(qv::Database& db, sqlite3* raw)
         {"deep page (50,000)", {.offset = 50000}},
         {"token + type + key", {.text = "loop", .type = "Loop", .key = "Am"}},
         {"token + tempo + genre", {.text = "loop", .genre = "Trap", .bpm = 140}},
+        // Late in name order when packs are named by genre.
+        {"late genre (Trap)", {.genre = "Trap"}},
+        {"kick + tempo + genre", {.text = "kick", .genre = "Trap", .bpm = 140}},
+        {"ki (prefix), ranked", {.text = "ki"}},
     };
     for (Case& c : list) c.query.limit = 50;
     return list;
+}
+
+// The command line that asks the tool for a case's first page of 50, as a user types it.
+std::vector<std::string> cliArguments(const Options& options, const qv::SearchQuery& q)
+{
+    std::vector<std::string> args = {options.cli.string(), "--json", "--db", options.db.string(), "search"};
+    const auto add = [&](const char* flag, const std::string& value) {
+        args.push_back(flag);
+        args.push_back(value);
+    };
+    if (!q.text.empty()) args.push_back(q.text);
+    if (!q.type.empty()) add("--type", q.type);
+    if (!q.key.empty()) add("--key", q.key);
+    if (q.bpm) add("--bpm", std::to_string(*q.bpm));
+    if (!q.genre.empty()) add("--genre", q.genre);
+    for (const auto& genre : q.genres) add("--genre", genre);
+    if (!q.folder.empty()) add("--folder", q.folder);
+    if (q.playlistId) add("--playlist", std::to_string(*q.playlistId));
+    if (q.favoritesOnly) args.push_back("--favorites");
+    if (hasSort(q)) add("--sort", q.sortByFilename ? "filename" : q.sortByDuration ? "duration" : "bpm");
+    if (q.filenameDescending || q.durationDescending || q.bpmDescending) args.push_back("--desc");
+    add("--page-size", std::to_string(q.limit));
+    add("--page", std::to_string(q.offset / q.limit + 1));
+    return args;
+}
+
+// Milliseconds from spawning the tool to its exit, its output discarded.
+double runProcess(const std::vector<std::string>& args)
+{
+    std::vector<char*> argv;
+    for (const auto& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    pid_t pid = 0;
+    int status = 0;
+    const double ms = millisecondsOf([&] {
+        if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) {
+            throw std::runtime_error("cannot start " + args[0]);
+        }
+        waitpid(pid, &status, 0);
+    });
+    posix_spawn_file_actions_destroy(&actions);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw std::runtime_error("the tool failed: " + args[4]);
+    return ms;
+}
+
+// Each case through the command-line tool, a new process per run.
+void timeCli(const Options& options, const std::vector<Case>& list)
+{
+    std::printf("%s: each run a new process of %s, %d timed runs after one untimed\n", options.db.c_str(),
+                options.cli.c_str(), options.reps);
+    std::printf("%-24s | %8s %8s\n", "ms, spawn to exit", "p50", "p95");
+    const Stats start = measure(options.reps, [&] { runProcess({options.cli.string(), "--help"}); });
+    std::printf("%-24s | %8.1f %8.1f\n", "tool start (--help)", start.p50, start.p95);
+    for (const Case& c : list) {
+        if (c.name.find(options.only) == std::string::npos) continue;
+        const auto args = cliArguments(options, c.query);
+        const Stats run = measure(options.reps, [&] { runProcess(args); });
+        std::printf("%-24s | %8.1f %8.1f\n", c.name.c_str(), run.p50, run.p95);
+        std::fflush(stdout);
+    }
 }
 
 } // namespace
@@ -291,6 +372,20 @@ int main(int argc, char** argv)
     try {
         const Options options = parse(argc, argv);
         ensureDatabase(options);
+        if (!options.cli.empty()) {
+            // The cases name a folder and a playlist that the database is asked for; the
+            // connections close before the tool runs.
+            sqlite3* raw = nullptr;
+            sqlite3_open_v2(options.db.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr);
+            std::vector<Case> list;
+            {
+                qv::Database db(options.db);
+                list = cases(db, raw);
+            }
+            sqlite3_close(raw);
+            timeCli(options, list);
+            return 0;
+        }
         {
             // The search's support indexes are built on every run, to time that one-off.
             sqlite3* setup = nullptr;
@@ -335,7 +430,7 @@ int main(int argc, char** argv)
             std::printf("first ranked search after open: %.1f ms (reads the name order)\n",
                         millisecondsOf([&] { db.search(ranked); }));
         }
-        folderTree(options, db);
+        if (options.only.empty()) folderTree(options, db);
 
         std::printf("\nms for count + first page of 50 (+ matchingIndex when sorted); reference = SQL as written, "
                     "indexed cold = nothing cached, warm = count cached\n\n");
@@ -409,7 +504,7 @@ int main(int argc, char** argv)
             {"favourites", {.favoritesOnly = true}},
             {"favourite loops", {.type = "Loop", .favoritesOnly = true}},
             {"pack folder", {.folder = all[10].query.folder}},
-            {"library root folder", {.folder = "/home/producer/Music/Samples"}},
+            {"library root folder", {.folder = scalarText(raw, "SELECT path FROM libraries ORDER BY id LIMIT 1")}},
             {"large playlist", {.playlistId = all[11].query.playlistId}},
             {"kick shortlist", {.playlistId = shortlist}},
         };

@@ -43,9 +43,9 @@ std::optional<SampleType> typeOrAutoArgument(const std::string& text)
     throw UserError("Unknown type \"" + text + "\": use " + kTypeChoices + ", or \"auto\" to clear the override");
 }
 
-Playlist findPlaylist(Database& db, std::int64_t id)
+Playlist findPlaylist(Database& db, std::int64_t id, Counts counts)
 {
-    const auto all = db.playlists();
+    const auto all = db.playlists(counts);
     const auto it = std::find_if(all.begin(), all.end(), [id](const Playlist& playlist) { return playlist.id == id; });
     if (it == all.end()) throw UserError("No playlist with id " + std::to_string(id));
     return *it;

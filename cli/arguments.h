@@ -23,7 +23,7 @@ SampleType typeArgument(const std::string& text);
 // A type, or "auto" (no value) for dropping the user's override.
 std::optional<SampleType> typeOrAutoArgument(const std::string& text);
 
-Playlist findPlaylist(Database& db, std::int64_t id);
+Playlist findPlaylist(Database& db, std::int64_t id, Counts counts = Counts::Included);
 
 // The core ignores unknown sample ids for some edits; a typo must not look like success.
 void requireSample(Database& db, std::int64_t id);

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdio>
 
 namespace qv::testkit {
 
@@ -27,11 +28,14 @@ constexpr std::array<LibraryRoot, 4> kLibraries = {{
     {"/media/producer/Old Drive/Samples", 10},
 }};
 
+constexpr std::size_t kGenrePackLibraries = 20;
+
 // A whole pack lives in one library; hashing its top folder keeps a "._" row beside
 // the file it belongs to even when it is drawn long after.
-std::size_t libraryFor(const std::string& relativePath, std::uint64_t seed)
+std::size_t libraryFor(const std::string& relativePath, std::uint64_t seed, DataShape shape)
 {
     const auto top = std::string_view(relativePath).substr(0, relativePath.find('/'));
+    if (shape == DataShape::GenrePacks) return fnv1a(top, seed) % kGenrePackLibraries;
     auto r = static_cast<unsigned>(fnv1a(top, seed) % 100);
     for (std::size_t i = 0; i < kLibraries.size(); ++i) {
         if (r < kLibraries[i].share) return i;
@@ -106,15 +110,20 @@ constexpr const char* kUserEdits[] = {
 
 } // namespace
 
-FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed, const std::string& root)
+FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed, const std::string& root,
+                         DataShape shape)
 {
     FillSummary summary;
-    std::array<std::int64_t, kLibraries.size()> libraryIds{};
-    for (std::size_t i = 0; i < kLibraries.size(); ++i) {
-        summary.libraryPaths.push_back(root + kLibraries[i].path);
-        libraryIds[i] = db.addLibrary(summary.libraryPaths.back());
+    const bool genrePacks = shape == DataShape::GenrePacks;
+    std::vector<std::int64_t> libraryIds;
+    for (std::size_t i = 0; i < (genrePacks ? kGenrePackLibraries : kLibraries.size()); ++i) {
+        char drive[64];
+        std::snprintf(drive, sizeof drive, "/media/producer/Drive %02zu/Samples", i + 1);
+        summary.libraryPaths.push_back(root + (genrePacks ? drive : kLibraries[i].path));
+        libraryIds.push_back(db.addLibrary(summary.libraryPaths.back()));
     }
-    summary.offlineLibrary = summary.libraryPaths.back();
+    if (!genrePacks) summary.offlineLibrary = summary.libraryPaths.back();
+    const PackNames names = genrePacks ? PackNames::ByGenre : PackNames::Varied;
 
     // A large page cache keeps the path and FTS indexes in memory while a million rows
     // go in; statement journals in memory spare every upsert dozens of temp-file writes.
@@ -123,11 +132,13 @@ FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t 
     qv::DatabaseTestAccess::exec(db, "BEGIN");
     try {
         // One library after another, as the scanner adds them, so that each library's
-        // rows hold a run of ids: the same plan is drawn once per library.
-        for (std::size_t library = 0; library < kLibraries.size(); ++library) {
-            LibraryPlan plan(seed, indexMix(records));
+        // rows hold a run of ids: the same plan is drawn once per library. Interleaved
+        // libraries take the plan once, each file into its own library.
+        for (std::size_t pass = 0; pass < (genrePacks ? 1 : kLibraries.size()); ++pass) {
+            LibraryPlan plan(seed, indexMix(records), true, names);
             while (auto file = plan.next()) {
-                if (libraryFor(file->relativePath, seed) != library) continue;
+                const std::size_t library = libraryFor(file->relativePath, seed, shape);
+                if (!genrePacks && library != pass) continue;
                 const std::uint64_t hash = fnv1a(file->relativePath, seed);
                 db.upsert(recordFor(*file, summary.libraryPaths[library], hash, parser), libraryIds[library]);
                 if (file->kind == FileKind::HiddenCompanion) ++summary.hiddenRows;
@@ -151,7 +162,7 @@ FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t 
         throw;
     }
     qv::DatabaseTestAccess::exec(db, "PRAGMA cache_size=-2000; PRAGMA temp_store=DEFAULT");
-    db.setLibraryAvailable(summary.offlineLibrary, false);
+    if (!summary.offlineLibrary.empty()) db.setLibraryAvailable(summary.offlineLibrary, false);
     return summary;
 }
 

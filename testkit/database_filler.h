@@ -15,6 +15,11 @@
 
 namespace qv::testkit {
 
+// Scanned: the layout above, each library's rows a run of ids as a scanner adds them.
+// GenrePacks: packs named by genre (PackNames::ByGenre) over twenty libraries whose rows
+// interleave by id, as when several drives are scanned at once; none offline.
+enum class DataShape { Scanned, GenrePacks };
+
 struct FillSummary {
     std::uint64_t records = 0;    // rows upserted, "._" rows included
     std::uint64_t hiddenRows = 0; // rows whose file name begins with "._"
@@ -24,6 +29,7 @@ struct FillSummary {
 
 // Not thread-safe with other writers of `db`: it runs its own BEGIN/COMMIT batches.
 // `root` is put before every library path, so that a caller can make the folders exist.
-FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed, const std::string& root = {});
+FillSummary fillDatabase(qv::Database& db, std::uint64_t records, std::uint64_t seed, const std::string& root = {},
+                         DataShape shape = DataShape::Scanned);
 
 } // namespace qv::testkit

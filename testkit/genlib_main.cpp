@@ -1,7 +1,7 @@
 // qv-genlib: writes a generated sample library, or fills an index database directly.
 //
 //   qv-genlib --out DIR [--files N] [--seed N] [--tiny-audio]
-//   qv-genlib --db PATH [--files N] [--seed N]
+//   qv-genlib --db PATH [--files N] [--seed N] [--genre-packs]
 #include "database_filler.h"
 #include "library_generator.h"
 
@@ -18,12 +18,13 @@ namespace {
 
 constexpr const char* kUsage =
     "usage: qv-genlib --out DIR [--files N] [--seed N] [--tiny-audio]\n"
-    "       qv-genlib --db PATH [--files N] [--seed N]\n"
+    "       qv-genlib --db PATH [--files N] [--seed N] [--genre-packs]\n"
     "  --out DIR     write a sample library of N files into DIR (absent or empty)\n"
     "  --db PATH     fill the index database at PATH with N sample records, no audio\n"
     "  --files N     10 to 1000000 (default 300)\n"
     "  --seed N      the same seed gives the same library (default 1)\n"
-    "  --tiny-audio  50 ms mono audio, for large libraries\n";
+    "  --tiny-audio  50 ms mono audio, for large libraries\n"
+    "  --genre-packs with --db: packs named by genre, twenty libraries interleaved by id, none offline\n";
 
 std::optional<std::uint64_t> number(const char* text)
 {
@@ -52,12 +53,15 @@ int main(int argc, char** argv)
     qv::testkit::GeneratorOptions options;
     std::string out;
     std::string db;
+    auto shape = qv::testkit::DataShape::Scanned;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         const bool hasValue = i + 1 < argc;
         if (arg == "--help" || arg == "-h") {
             std::cout << kUsage;
             return 0;
+        } else if (arg == "--genre-packs") {
+            shape = qv::testkit::DataShape::GenrePacks;
         } else if (arg == "--tiny-audio") {
             options.tinyAudio = true;
         } else if ((arg == "--seed" || arg == "--files") && hasValue) {
@@ -82,7 +86,7 @@ int main(int argc, char** argv)
     try {
         if (!db.empty()) {
             qv::Database database(db);
-            const auto summary = qv::testkit::fillDatabase(database, options.files, options.seed);
+            const auto summary = qv::testkit::fillDatabase(database, options.files, options.seed, {}, shape);
             std::printf("filled %llu records (%llu hidden \"._\" rows) into %s in %.1f s\n",
                         static_cast<unsigned long long>(summary.records),
                         static_cast<unsigned long long>(summary.hiddenRows), db.c_str(), secondsSince(start));

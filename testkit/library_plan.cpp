@@ -115,8 +115,8 @@ KindMix indexMix(std::uint64_t records)
     return mix;
 }
 
-LibraryPlan::LibraryPlan(std::uint64_t seed, KindMix mix, bool mp3Encodable)
-    : _rng(seed), _left(mix), _mp3Encodable(mp3Encodable)
+LibraryPlan::LibraryPlan(std::uint64_t seed, KindMix mix, bool mp3Encodable, PackNames names)
+    : _rng(seed), _left(mix), _mp3Encodable(mp3Encodable), _names(names)
 {
     for (auto n : _left) _leftTotal += n;
 }
@@ -164,9 +164,12 @@ void LibraryPlan::startPack()
     _pack = Pack{};
     _pack.genre = &_rng.pick(genres());
     std::string name = packName(_rng, *_pack.genre);
+    if (_names == PackNames::ByGenre && !name.starts_with(_pack.genre->display)) {
+        name = std::string(_pack.genre->display) + " " + name;
+    }
     const double layout = _rng.unit();
     std::string root;
-    if (layout < 0.6) {
+    if (layout < 0.6 || _names == PackNames::ByGenre) {
         root = name;
     } else if (layout < 0.85) {
         // A vendor's library sorted by genre: "Crate Audio Library/Hip-Hop/Keys/…".
@@ -293,6 +296,9 @@ PlannedFile LibraryPlan::audioFile(FileKind kind)
     file.sound.genre = indexedGenre(folder);
     const int number = ++_pack.counters[folder];
     std::string stem = fileStem(file.sound, number, tempoInFolder);
+    if (_names == PackNames::ByGenre && !stem.starts_with(_pack.genre->display)) {
+        stem = std::string(_pack.genre->display) + " " + stem;
+    }
 
     std::string extension = ".wav";
     switch (kind) {

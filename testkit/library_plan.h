@@ -71,6 +71,11 @@ struct PlannedFile {
 // for junk.
 SampleType intendedType(const PlannedFile& file);
 
+// How packs are named. ByGenre: every pack and file name begins with its genre ("Trap
+// Vault/Kicks/Trap Kick 01.wav"), so a genre's samples sit together in name order, most
+// of them far from its start.
+enum class PackNames : std::uint8_t { Varied, ByGenre };
+
 // Exact number of files of each kind; the plan draws them in random order.
 using KindMix = std::array<std::uint64_t, kFileKindCount>;
 
@@ -84,7 +89,7 @@ KindMix indexMix(std::uint64_t records);
 class LibraryPlan {
 public:
     // `mp3Encodable` false names every MP3 "… (mp3 stub).mp3" and marks it a stub.
-    LibraryPlan(std::uint64_t seed, KindMix mix, bool mp3Encodable = true);
+    LibraryPlan(std::uint64_t seed, KindMix mix, bool mp3Encodable = true, PackNames names = PackNames::Varied);
 
     // The next file, or nothing when the mix is used up.
     std::optional<PlannedFile> next();
@@ -120,6 +125,7 @@ private:
     KindMix _left;
     std::uint64_t _leftTotal = 0;
     bool _mp3Encodable;
+    PackNames _names;
     Pack _pack;
     std::set<std::string> _packRoots;
     std::deque<std::string> _withoutHidden; // recent real files that have no "._" yet

@@ -57,6 +57,16 @@ ValueList Database::valueListStrategy(const SearchQuery& query) const
     return _indexed->valueListStrategy(query);
 }
 
+void Database::warmUp() const
+{
+    const auto lock = settledLock();
+    try {
+        _indexed->warmUp();
+    } catch (const SqliteError&) {
+        // Only speed depends on it: the first search reads what is missing.
+    }
+}
+
 void Database::setSearchPlan(SearchPlan plan)
 {
     const auto lock = settledLock();

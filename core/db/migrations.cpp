@@ -80,6 +80,18 @@ const std::array<const char*, kCurrentVersion> kScripts = {
     "CREATE INDEX idx_sample_genres_genre ON sample_genres(genre COLLATE NOCASE,sample_id);\n"
     "CREATE INDEX idx_samples_instrument_override ON samples(user_instrument_override);\n"
     "UPDATE schema_version SET version=5;COMMIT;",
+
+    // 6: the name order a ranked search reads, kept for the next process. Any write that
+    // could move a sample in it (a row added or removed, an id or file name changed),
+    // by whichever connection, removes it in the same transaction.
+    "BEGIN;\n"
+    "CREATE TABLE search_name_order(id INTEGER PRIMARY KEY CHECK(id=1),format INTEGER NOT NULL,places BLOB NOT "
+    "NULL,words BLOB NOT NULL);\n"
+    "CREATE TRIGGER search_name_order_ai AFTER INSERT ON samples BEGIN DELETE FROM search_name_order; END;\n"
+    "CREATE TRIGGER search_name_order_ad AFTER DELETE ON samples BEGIN DELETE FROM search_name_order; END;\n"
+    "CREATE TRIGGER search_name_order_au AFTER UPDATE OF id,filename ON samples BEGIN DELETE FROM "
+    "search_name_order; END;\n"
+    "UPDATE schema_version SET version=6;COMMIT;",
 };
 
 } // namespace schema
@@ -97,7 +109,8 @@ void Database::migrate()
         // An unreadable version counts as 0.
     }
 
-    if (version >= 1 && version < schema::kCurrentVersion) backupBeforeVersion5();
+    // Only version 5 changed existing data; later scripts add tables beside it.
+    if (version >= 1 && version < 5) backupBeforeVersion5();
 
     for (int next = std::max(version, 0) + 1; next <= schema::kCurrentVersion; ++next) {
         // A failing script leaves its transaction open; the exception makes the

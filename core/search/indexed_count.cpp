@@ -9,6 +9,7 @@
 #include "sql/sqlite_error.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qv {
 
@@ -38,6 +39,11 @@ StrategyFacts IndexedPlan::countFacts(const SearchQuery& query)
         facts.fullTextMatches = fullTextMatches(query).size();
         if (*facts.fullTextMatches > kAlwaysLookedUp) facts.excludedRows = excludedEstimate();
     }
+    // Only when the row test gave up: listing a common word's matches costs more than
+    // testing a narrow filter's rows (a "loop" of a genre at a tempo).
+    if (!testsTextByRow(query)) {
+        if (const auto* ids = intersected(query)) facts.intersected = ids->size();
+    }
     return facts;
 }
 
@@ -47,6 +53,9 @@ StrategyFacts IndexedPlan::facts(const SearchQuery& query)
     facts.rowText = testsTextByRow(query);
     facts.matches = countLocked(query);
     facts.highestId = scalar(_db, "SELECT max(id) FROM samples");
+    if (query.limit != 0 && namedAmongMembers(query)) {
+        facts.memberRows = static_cast<std::int64_t>(members(query).size());
+    }
     return facts;
 }
 
@@ -85,6 +94,10 @@ std::int64_t IndexedPlan::countLocked(const SearchQuery& query)
             return count;
         });
     case Count::Members: return membersCount(query);
+    case Count::Intersected: {
+        const Matches m = intersectedMatches(query, true);
+        return cachedCount("SELECT count(*) FROM " + m.from + m.where, m.params);
+    }
     default: break;
     }
     const Matches m = matchesOf(query, true, nullptr, testsTextByRow(query));
@@ -144,11 +157,76 @@ std::int64_t IndexedPlan::membersCount(const SearchQuery& query)
     std::vector<std::string> params;
     memberIds(query, sql, params);
     return state().remembered("members " + cacheKey(sql, params), [&] {
+        const auto& ids = members(query);
+        return static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
+    });
+}
+
+// The full-text matches of the query's text that are members of its playlist or genres,
+// when there are at most kIntersected; null otherwise, or without text or membership.
+// Two sorted lists met in memory: each is read from its own index without a row lookup,
+// where testing either on the other's rows reads a row per candidate.
+const std::vector<std::int64_t>* IndexedPlan::intersected(const SearchQuery& query)
+{
+    std::string members;
+    std::vector<std::string> memberParams;
+    std::string text;
+    std::vector<std::string> textParams;
+    SearchQuery textOnly;
+    textOnly.text = query.text;
+    if (!membershipIds(query, members, memberParams) || !fullTextIds(textOnly, text, textParams)) return nullptr;
+    PlanState& current = state();
+    std::string key = cacheKey(text, textParams) + '\0' + cacheKey(members, memberParams);
+    if (current.intersectedKey != key) {
+        const auto& matches = fullTextMatches(textOnly);
+        const auto& belonging = this->members(query);
+        std::vector<std::int64_t> both;
+        std::set_intersection(matches.begin(), matches.end(), belonging.begin(), belonging.end(),
+                              std::back_inserter(both));
+        current.intersectedIds.reset();
+        if (both.size() <= kIntersected) current.intersectedIds = std::move(both);
+        current.intersectedKey = std::move(key);
+    }
+    return current.intersectedIds ? &*current.intersectedIds : nullptr;
+}
+
+// Each intersected id looked up by rowid and tested for the rest of the query: the text
+// and the membership hold already.
+Matches IndexedPlan::intersectedMatches(const SearchQuery& query, bool countScope)
+{
+    const PlanState& current = state();
+    SearchQuery rest = query;
+    rest.text.clear();
+    if (rest.playlistId) {
+        rest.playlistId.reset(); // the members read were the playlist's (membershipIds)
+    } else {
+        rest.genre.clear();
+        rest.genres.clear();
+    }
+    Matches m;
+    m.from = "samples s NOT INDEXED";
+    m.where = std::string(" WHERE s.id IN ") + sqlList(*intersected(query)) + " AND " + schema::kVisibleSample
+        + (countScope ? qv::countScope(current.offline) : onlineScope(current.online));
+    appendIndexedPredicate(rest, Membership::List, m.where, m.params, storedKeys(), nullptr);
+    return m;
+}
+
+// The last membership asked for is kept: a page in name order reads it after its count.
+const std::vector<std::int64_t>& IndexedPlan::members(const SearchQuery& query)
+{
+    std::string sql;
+    std::vector<std::string> params;
+    membershipIds(query, sql, params);
+    PlanState& current = state();
+    std::string key = cacheKey(sql, params);
+    if (current.memberKey != key) {
         std::vector<std::int64_t> ids = readIds(_db, sql, params);
         std::sort(ids.begin(), ids.end());
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-        return static_cast<std::int64_t>(ids.size()) - excludedAmong(ids);
-    });
+        current.memberIds = std::move(ids);
+        current.memberKey = std::move(key);
+    }
+    return current.memberIds;
 }
 
 } // namespace qv

@@ -41,6 +41,14 @@ void IndexedPlan::forget()
     _state = PlanState{};
 }
 
+void IndexedPlan::warmUp()
+{
+    ReadTransaction snapshot(_db);
+    storedKeys();
+    excludedRows();
+    nameOrder();
+}
+
 PlanState& IndexedPlan::state()
 {
     Statement version(_db, _statements, "PRAGMA data_version");
@@ -80,6 +88,16 @@ const std::vector<std::string>* IndexedPlan::storedKeys()
         if (!more) current.keys = std::move(keys);
     }
     return current.keys ? &*current.keys : nullptr;
+}
+
+const NameOrder* IndexedPlan::nameOrder()
+{
+    PlanState& current = state();
+    const std::int64_t changes = _db.totalChanges();
+    const bool usable = _nameOrder->refresh(current.dataVersion);
+    // Storing its copy changes no sample: what the state holds stays true.
+    if (current.changes == changes) current.changes = _db.totalChanges();
+    return usable ? _nameOrder.get() : nullptr;
 }
 
 std::int64_t IndexedPlan::cachedCount(const std::string& sql, const std::vector<std::string>& params)

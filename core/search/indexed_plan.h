@@ -51,6 +51,7 @@ public:
     SearchStrategy strategy(const SearchQuery& query);
     ValueList valueListStrategy(const SearchQuery& query);
     void forget(); // nothing remembered survives
+    void warmUp(); // reads what the state of the file decides once, ahead of a search
 
 private:
     // plan_state.cpp
@@ -68,6 +69,10 @@ private:
     StrategyFacts facts(const SearchQuery& query);
     const std::vector<std::int64_t>& fullTextMatches(const SearchQuery& query);
     std::int64_t membersCount(const SearchQuery& query);
+    const std::vector<std::int64_t>& members(const SearchQuery& query); // membershipIds, distinct, sorted
+    const std::vector<std::int64_t>* intersected(const SearchQuery& query);
+    // The query's matches among the intersected ids, as FROM and WHERE.
+    Matches intersectedMatches(const SearchQuery& query, bool countScope);
 
     // excluded_rows.cpp
     const ExcludedRows& excludedRows();
@@ -80,6 +85,7 @@ private:
     std::vector<std::int64_t> statementPageIds(const SearchQuery& query, const SearchStrategy& strategy);
     std::vector<std::int64_t> segmentedPageIds(const SearchQuery& query, bool walk);
     std::int64_t countWithValue(const SearchQuery& query, const std::string& column);
+    std::optional<std::vector<std::int64_t>> memberPageIds(const SearchQuery& query);
 
     // tempo_page.cpp
     std::optional<std::vector<std::int64_t>> tempoPageIds(const SearchQuery& query, bool rowText);
@@ -88,6 +94,9 @@ private:
     bool fewPlaceRows(const SearchQuery& query);
     std::vector<std::string> scannedValues(const FilterColumn& column, const SearchQuery& query);
     std::optional<std::vector<std::string>> probedValues(const FilterColumn& column, const SearchQuery& query);
+
+    // The name order, up to date; null when it cannot serve.
+    const NameOrder* nameOrder();
 
     // ranked_page.cpp
     std::optional<std::vector<std::int64_t>> rankedPageIds(const SearchQuery& query,

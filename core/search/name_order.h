@@ -5,6 +5,12 @@
 // Kept exact without reading everything again: the update hook lists the rows this
 // connection writes, and callers read those afresh. Too many of them, or a write by
 // another connection (a new data version), and it is read again on the next refresh.
+//
+// What it reads from the index it also stores (search_name_order), so that the next
+// process loads it in a few milliseconds instead of walking the index; triggers remove
+// the stored copy with any write that could change it. It is read and stored inside the
+// caller's read transaction, so the copy is of the state the caller sees, and storing it
+// fails harmlessly (busy, read-only, a newer state written meanwhile).
 // Used under the database mutex.
 #pragma once
 
@@ -44,6 +50,8 @@ public:
 private:
     static void rowWritten(void* self, std::string_view table, std::int64_t id);
     void read();
+    bool load(); // the stored copy, when there is one of this format
+    void store();
 
     Connection& _db;
     std::vector<std::uint32_t> _place;

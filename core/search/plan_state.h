@@ -47,6 +47,10 @@ struct PlanState {
     std::optional<std::int64_t> excludedEstimate;
     std::string fullTextKey; // the last full-text statement and its parameters
     std::vector<std::int64_t> fullTextIds;
+    std::string memberKey; // the last membership statement and its parameters
+    std::vector<std::int64_t> memberIds; // its distinct sample ids, sorted
+    std::string intersectedKey; // the last text and membership intersected
+    std::optional<std::vector<std::int64_t>> intersectedIds; // none: more than kIntersected
     std::string exactKey; // the last exact-word full-text expression
     std::vector<std::int64_t> exactIds;
     // Counts whose text the row test gave up on.

@@ -73,10 +73,9 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const Search
     const std::vector<std::string> tokens = searchTokens(query.text);
     const int q = static_cast<int>(tokens.size());
     const Window window = windowOf(query);
-    if (window.limit < 0 || q >= NameOrder::kMaxWords || !_nameOrder->refresh(current.dataVersion)) {
-        return std::nullopt;
-    }
-    const NameOrder& order = *_nameOrder;
+    const NameOrder* ready = window.limit < 0 || q >= NameOrder::kMaxWords ? nullptr : nameOrder();
+    if (!ready) return std::nullopt;
+    const NameOrder& order = *ready;
     const std::int64_t need = window.offset + window.limit;
     const std::vector<std::int64_t>* exact = exactNameMatches(tokens);
 

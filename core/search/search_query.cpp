@@ -137,6 +137,22 @@ bool fullTextIds(const SearchQuery& query, std::string& sql, std::vector<std::st
     return true;
 }
 
+bool membershipIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)
+{
+    std::vector<std::string> single;
+    const auto& genres = effectiveGenres(query, single);
+    if (query.playlistId) {
+        sql = "SELECT pi.sample_id FROM playlist_items pi WHERE pi.playlist_id=" + sqlNumber(*query.playlistId)
+            + " AND pi.sample_id IS NOT NULL";
+        return true;
+    }
+    if (genres.empty()) return false;
+    sql = "SELECT sg.sample_id FROM sample_genres sg WHERE ";
+    appendGenreTest(genres, sql, params);
+    sql += " AND sg.sample_id IS NOT NULL";
+    return true;
+}
+
 bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params)
 {
     std::vector<std::string> single;
@@ -145,15 +161,7 @@ bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::stri
         || genres.empty() == !query.playlistId) {
         return false;
     }
-    if (query.playlistId) {
-        sql = "SELECT pi.sample_id FROM playlist_items pi WHERE pi.playlist_id=" + sqlNumber(*query.playlistId)
-            + " AND pi.sample_id IS NOT NULL";
-        return true;
-    }
-    sql = "SELECT sg.sample_id FROM sample_genres sg WHERE ";
-    appendGenreTest(genres, sql, params);
-    sql += " AND sg.sample_id IS NOT NULL";
-    return true;
+    return membershipIds(query, sql, params);
 }
 
 bool hasColumnFilters(const SearchQuery& query)

@@ -95,6 +95,11 @@ bool fullTextIds(const SearchQuery& query, std::string& sql, std::vector<std::st
 // for a missing one, whatever the connection's foreign key setting.
 bool memberIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params);
 
+// When the query has a playlist or genres, writes a statement selecting the sample ids of
+// their members (the playlist's when it has both), whatever its other filters: a superset
+// of its matches. Same form as memberIds.
+bool membershipIds(const SearchQuery& query, std::string& sql, std::vector<std::string>& params);
+
 // Whether a filter tests a column of the sample itself: MIDI, type, instrument, tempo,
 // key or favourite (not the text, folder or membership).
 bool hasColumnFilters(const SearchQuery& query);

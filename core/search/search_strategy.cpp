@@ -36,6 +36,12 @@ bool rankedByText(const SearchQuery& query)
         && !searchTokens(query.text).empty();
 }
 
+bool namedAmongMembers(const SearchQuery& query)
+{
+    return searchTokens(query.text).empty() && !query.sortByDuration && !query.sortByBpm && !query.bpm
+        && (query.playlistId || !query.genres.empty() || !query.genre.empty());
+}
+
 std::optional<SegmentedOrder> segmentedOrder(const SearchQuery& query)
 {
     if (query.sortByFilename) return std::nullopt;
@@ -73,6 +79,7 @@ SearchStrategy::Count chooseCount(const SearchQuery& query, const StrategyFacts&
     std::string members;
     std::vector<std::string> params;
     if (!narrowsResults(query)) return Count::Visible;
+    if (facts.intersected) return Count::Intersected;
     if (facts.fullTextMatches) {
         const std::size_t found = *facts.fullTextMatches;
         return found > 0 && looksUp(found, facts.excludedRows) ? Count::LookedUp : Count::Listed;
@@ -94,6 +101,10 @@ SearchStrategy chooseStrategy(const SearchQuery& query, const StrategyFacts& fac
     const bool named = query.sortByFilename;
     if (query.limit == 0) {
         s.page = Page::Empty;
+    } else if (facts.intersected) {
+        s.page = Page::Intersected;
+        s.rowText = false;
+        s.driveIndex = nullptr;
     } else if (const auto order = segmentedOrder(query)) {
         s.page = Page::Segmented;
         if (walks(query, facts)) s.walkIndex = order->index;
@@ -107,6 +118,10 @@ SearchStrategy chooseStrategy(const SearchQuery& query, const StrategyFacts& fac
         } else if (listed && rankedByText(query)) {
             s.page = Page::RankedGroups;
         }
+    } else if (facts.memberRows && *facts.memberRows * 4 <= facts.highestId) {
+        // Members need not be spread evenly over the name order (a genre's packs named
+        // after it sit together): walking could visit most rows before the first.
+        s.page = Page::MembersByName;
     } else if (walks(query, facts)) {
         s.walkIndex = schema::kVisibleNameIndex;
     }
@@ -124,9 +139,9 @@ ValueList chooseValueList(const SearchQuery& query, bool fewPlaceRows)
 
 std::string describe(const SearchStrategy& strategy)
 {
-    static constexpr const char* kCounts[] = {"visible", "looked up", "listed", "members", "statement"};
-    static constexpr const char* kPages[] = {"empty", "segmented", "tempo groups", "among matches", "ranked groups",
-                                             "statement"};
+    static constexpr const char* kCounts[] = {"visible", "looked up", "listed", "members", "intersected", "statement"};
+    static constexpr const char* kPages[] = {"empty",         "segmented",       "tempo groups", "among matches",
+                                             "ranked groups", "members by name", "intersected",  "statement"};
     std::string text = std::string("count ") + kCounts[static_cast<int>(strategy.count)] + "; page "
         + kPages[static_cast<int>(strategy.page)];
     if (strategy.page == SearchStrategy::Page::Empty) return text;

@@ -27,7 +27,14 @@ struct StrategyFacts {
     // Rows a count leaves out (hidden, offline), as their id ranges bound them; read only
     // when there are more than kAlwaysLookedUp full-text matches.
     std::int64_t excludedRows = 0;
+    // A query in name order without text that has a playlist or genres: its distinct members.
+    std::optional<std::int64_t> memberRows;
+    // A query with text and a playlist or genres, when few samples are both full-text
+    // matches and members (at most kIntersected): how many.
+    std::optional<std::size_t> intersected;
 };
+
+inline constexpr std::size_t kIntersected = 20000;
 
 struct SearchStrategy {
     enum class Count {
@@ -35,6 +42,7 @@ struct SearchStrategy {
         LookedUp,  // the full-text matches, each looked up by id
         Listed,    // the full-text matches less the excluded ids, without reading a row
         Members,   // a genre's or playlist's distinct members less the excluded ids
+        Intersected, // the full-text matches that are members, each looked up and tested
         Statement, // one count statement
     };
     enum class Page {
@@ -43,6 +51,8 @@ struct SearchStrategy {
         TempoGroups,  // closest tempo first, read group by group of equal distance
         AmongMatches, // the query's order among the listed full-text matches
         RankedGroups, // ranked by text, reading the matches that can rank best first
+        MembersByName, // a playlist's or genres' members by the name order in memory, tested until the page is known
+        Intersected,   // among the full-text matches that are members, each looked up and tested
         Statement,    // one statement, walking or driven from an index
     };
 
@@ -68,6 +78,10 @@ std::string describe(const SearchStrategy& strategy);
 
 // Ordered by text rank: search text and no explicit sort or tempo filter.
 bool rankedByText(const SearchQuery& query);
+
+// Ordered by name, without text: a page may be read among a playlist's or genres'
+// members by their place in the name order.
+bool namedAmongMembers(const SearchQuery& query);
 
 // Duration and tempo sorts: the samples with a value in its direction, then those
 // without, each by name.

@@ -114,6 +114,11 @@ void Statement::bind(int index, std::string_view text)
     check(_db, sqlite3_bind_text64(_stmt, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
 }
 
+void Statement::bindBlob(int index, std::span<const std::uint8_t> bytes)
+{
+    check(_db, sqlite3_bind_blob64(_stmt, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
+}
+
 void Statement::bind(int index, const SqlValue& value)
 {
     check(_db, sqlite3_bind_value(_stmt, index, value._value));
@@ -187,6 +192,13 @@ std::string_view Statement::columnView(int column) const
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(_stmt, column));
     if (!text) return {};
     return {text, static_cast<std::size_t>(sqlite3_column_bytes(_stmt, column))};
+}
+
+std::span<const std::uint8_t> Statement::columnBlob(int column) const
+{
+    const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(_stmt, column));
+    if (!bytes) return {};
+    return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(_stmt, column))};
 }
 
 SqlValue Statement::columnValue(int column) const

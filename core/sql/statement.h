@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -57,6 +58,7 @@ public:
     void bind(int index, const char* text) { bind(index, std::string_view(text)); }
     void bind(int index, const SqlValue& value);
     void bindNull(int index);
+    void bindBlob(int index, std::span<const std::uint8_t> bytes); // copied by SQLite
     void bind(int index, const std::optional<std::int64_t>& value);
     void bind(int index, const std::optional<double>& value);
     void bind(int index, const std::optional<std::string>& text);
@@ -74,6 +76,7 @@ public:
     double columnDouble(int column) const;
     std::string columnText(int column) const;      // NULL reads as ""
     std::string_view columnView(int column) const; // the same, valid until the next step
+    std::span<const std::uint8_t> columnBlob(int column) const; // valid until the next step
     SqlValue columnValue(int column) const;
 
 private:

@@ -44,7 +44,7 @@ TEST_F(DatabaseMigration, NewDatabaseInMissingFoldersIsCurrentWithoutABackup)
     EXPECT_FALSE(fs::exists(file.string() + ".pre-v5-backup"));
 
     RawDb raw(file);
-    EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
+    EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), qv::schema::kCurrentVersion);
     EXPECT_EQ(raw.integer("SELECT count(*) FROM schema_version"), 1);
     EXPECT_EQ(raw.text("PRAGMA journal_mode"), "wal");
 
@@ -88,11 +88,11 @@ TEST_F(DatabaseMigration, MembershipRowsNeverOutliveTheirSample)
     EXPECT_EQ(raw.integer("SELECT count(*) FROM playlist_items WHERE sample_id IS NULL"), 1);
 }
 
-// Every older version: a backup exactly for 1-4 holding the old content, data carried
-// over, and a second open changes nothing.
-TEST_F(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToVersion5)
+// Every older version: a backup exactly for 1-4 holding the old content (version 5 only
+// gains a table), data carried over, and a second open changes nothing.
+TEST_F(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToTheCurrentVersion)
 {
-    for (int version = 0; version <= 4; ++version) {
+    for (int version = 0; version <= 5; ++version) {
         SCOPED_TRACE("from version " + std::to_string(version));
         TempDir dir;
         const auto file = dir / "quorvalinder.db";
@@ -100,11 +100,11 @@ TEST_F(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToVersion5)
 
         { qv::Database db(file); }
         const fs::path backup = file.string() + ".pre-v5-backup";
-        ASSERT_EQ(fs::exists(backup), version >= 1);
+        ASSERT_EQ(fs::exists(backup), version >= 1 && version <= 4);
 
         RawDb raw(file);
-        EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
-        if (version >= 1) {
+        EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), qv::schema::kCurrentVersion);
+        if (version >= 1 && version <= 4) {
             RawDb old(backup);
             EXPECT_EQ(old.integer("SELECT version FROM schema_version"), version);
             EXPECT_EQ(old.integer("SELECT count(*) FROM samples"), 2);
@@ -119,10 +119,10 @@ TEST_F(DatabaseMigration, OlderVersionsAreBackedUpOnceAndCarriedToVersion5)
         EXPECT_EQ(raw.text("SELECT coalesce((SELECT value FROM app_metadata WHERE key='library_label:1'),'-')"),
                   version >= 2 ? "Main" : "-");
 
-        const std::string backupBytes = readFile(backup);
+        const std::string backupBytes = version <= 4 ? readFile(backup) : "";
         { qv::Database again(file); }
-        EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), 5);
-        EXPECT_EQ(readFile(backup), backupBytes);
+        EXPECT_EQ(raw.integer("SELECT version FROM schema_version"), qv::schema::kCurrentVersion);
+        if (version <= 4) EXPECT_EQ(readFile(backup), backupBytes);
     }
 }
 
@@ -132,7 +132,7 @@ TEST_F(DatabaseMigration, AnExistingBackupIsNeverOverwritten)
     qv::testkit::writeFile(_backup, "an older backup");
     { qv::Database db(_file); }
     EXPECT_EQ(readFile(_backup), "an older backup");
-    EXPECT_EQ(RawDb(_file).integer("SELECT version FROM schema_version"), 5);
+    EXPECT_EQ(RawDb(_file).integer("SELECT version FROM schema_version"), qv::schema::kCurrentVersion);
 }
 
 // A backup that cannot be written stops the migration before any script runs.

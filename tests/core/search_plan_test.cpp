@@ -144,7 +144,9 @@ std::string describe(const SearchQuery& q)
     return d + " limit=" + std::to_string(q.limit) + " offset=" + std::to_string(q.offset);
 }
 
-class SearchPlanTest : public ::testing::Test {
+// Both shapes of the generator: libraries one after another, and packs named by genre
+// over libraries interleaved by id, where a genre's members sit together in name order.
+class SearchPlanTest : public ::testing::TestWithParam<qv::testkit::DataShape> {
 protected:
     qv::testkit::TempDir _dir;
     fs::path _file = _dir / "index.db";
@@ -155,7 +157,7 @@ protected:
     void SetUp() override
     {
         _reference.setSearchPlan(qv::SearchPlan::Reference);
-        const auto summary = qv::testkit::fillDatabase(_reference, 2500, 11);
+        const auto summary = qv::testkit::fillDatabase(_reference, 2500, 11, {}, GetParam());
         const std::string root = summary.libraryPaths.front();
         addEdgeRows(_reference, _raw, _raw.integer("SELECT id FROM libraries WHERE path=?", {root}), root);
         // A folder-wide edit gives rows an override source and a second genre.
@@ -199,7 +201,7 @@ protected:
     std::int64_t _maxId = 1;
 };
 
-TEST_F(SearchPlanTest, RandomQueriesGetTheSameAnswersFromBothPlans)
+TEST_P(SearchPlanTest, RandomQueriesGetTheSameAnswersFromBothPlans)
 {
     QueryMaker maker(2026, _raw);
     auto& random = maker.random();
@@ -264,7 +266,7 @@ TEST_F(SearchPlanTest, RandomQueriesGetTheSameAnswersFromBothPlans)
 // a few words give every band and many ties; the page must not change when rows that
 // would rank first are written through the same connection after its name order was
 // read, renamed, or removed.
-TEST_F(SearchPlanTest, RankedPagesAmongManyMatchesMatchTheReference)
+TEST_P(SearchPlanTest, RankedPagesAmongManyMatchesMatchTheReference)
 {
     const std::vector<std::string> words = {"Kick", "kick", "Kicks", "Bass", "BA", "ba", "Bassline", "Snare",
                                             "Loop", "808", "Deep", "kick#", "B\xc3\xa4ss", "a"};
@@ -342,7 +344,7 @@ void expectSameValues(const std::vector<std::string>& indexed, const std::vector
     }));
 }
 
-TEST_F(SearchPlanTest, FilterValueListsAreTheSameUnderRandomQueries)
+TEST_P(SearchPlanTest, FilterValueListsAreTheSameUnderRandomQueries)
 {
     QueryMaker maker(7, _raw);
     for (int i = 0; i < 400; ++i) {
@@ -361,7 +363,7 @@ TEST_F(SearchPlanTest, FilterValueListsAreTheSameUnderRandomQueries)
 // hidden rows, an offline library's, rows without a library, rows of another type or
 // outside the folder must still be left out, around writes by either connection and a
 // library going offline and back.
-TEST_F(SearchPlanTest, PlaceValueListsAreProbedAndMatchTheReference)
+TEST_P(SearchPlanTest, PlaceValueListsAreProbedAndMatchTheReference)
 {
     const std::string online = std::to_string(_raw.integer("SELECT min(id) FROM libraries"));
     const std::string offline = std::to_string(_raw.integer("SELECT max(id) FROM libraries"));
@@ -420,5 +422,71 @@ TEST_F(SearchPlanTest, PlaceValueListsAreProbedAndMatchTheReference)
     _raw.exec("UPDATE samples SET favorite=0 WHERE instrument='Crate 0'");
     ASSERT_NO_FATAL_FAILURE(compareAll());
 }
+
+// The name order a ranked or member page reads is stored for the next connection. A
+// write that could move a sample in it, by either connection or by plain SQL, removes
+// the stored copy in its own transaction; one that cannot keeps it. Pages from the
+// connection that read it, and from a new one, stay those of the reference.
+TEST_P(SearchPlanTest, StoredNameOrderNeverOutlivesAWriteThatMovesASample)
+{
+    std::mt19937_64 random(3);
+    _maxId = _raw.integer("SELECT max(id) FROM samples");
+    const std::vector<SearchQuery> queries = {
+        {.text = "kick", .limit = 20},
+        {.genre = "house", .limit = 20},
+        {.genres = {"Trap", "latin"}, .limit = 30, .offset = 10},
+        {.genre = "trap", .sortByFilename = true, .filenameDescending = true, .limit = 20},
+        {.type = "Loop", .playlistId = _raw.integer("SELECT min(id) FROM playlists"), .limit = 15},
+    };
+    const auto stored = [&] { return _raw.integer("SELECT count(*) FROM search_name_order"); };
+    const auto compareAll = [&] {
+        for (const auto& q : queries) ASSERT_NO_FATAL_FAILURE(compare(q, random));
+        qv::Database fresh(_file);
+        for (const auto& q : queries) {
+            SCOPED_TRACE("new connection: " + describe(q));
+            ASSERT_EQ(fresh.countMatching(q), _reference.countMatching(q));
+            const auto expected = _reference.search(q);
+            const auto page = fresh.search(q);
+            ASSERT_TRUE(std::equal(page.begin(), page.end(), expected.begin(), expected.end(),
+                                   [](const auto& a, const auto& b) { return a.id == b.id; }));
+        }
+    };
+    const std::string house = "(SELECT max(sample_id) FROM sample_genres WHERE genre='house' COLLATE NOCASE)";
+
+    ASSERT_NO_FATAL_FAILURE(compareAll());
+    ASSERT_EQ(stored(), 1);
+    _reference.setFavorite(_raw.integer("SELECT " + house), true);
+    EXPECT_EQ(stored(), 1);
+
+    // A house sample renamed to the front of the order by plain SQL.
+    _raw.exec("UPDATE samples SET filename='0 '||filename WHERE id=" + house);
+    EXPECT_EQ(stored(), 0);
+    ASSERT_NO_FATAL_FAILURE(compareAll());
+    ASSERT_EQ(stored(), 1);
+
+    // Written by the connection that holds the order: a renamed and a new member.
+    auto renamed = _indexed.search({.genre = "trap", .limit = 1, .offset = 7}).at(0);
+    renamed.filename = "00 " + renamed.filename;
+    renamed.genres = {"trap"};
+    _indexed.upsert(renamed, _raw.integer("SELECT library_id FROM samples WHERE id=" + std::to_string(renamed.id)));
+    EXPECT_EQ(stored(), 0);
+    auto added = renamed;
+    added.path += ".new.wav";
+    added.filename = "000 New Trap.wav";
+    _indexed.upsert(added, _raw.integer("SELECT min(id) FROM libraries"));
+    ASSERT_NO_FATAL_FAILURE(compareAll());
+
+    _reference.removeFromPlaylist(_raw.integer("SELECT min(id) FROM playlists"), _raw.integer("SELECT " + house));
+    _raw.exec("DELETE FROM samples WHERE id=" + house);
+    EXPECT_EQ(stored(), 0);
+    ASSERT_NO_FATAL_FAILURE(compareAll());
+}
+
+INSTANTIATE_TEST_SUITE_P(Shapes, SearchPlanTest,
+                         ::testing::Values(qv::testkit::DataShape::Scanned, qv::testkit::DataShape::GenrePacks),
+                         [](const auto& info) {
+                             return info.param == qv::testkit::DataShape::Scanned ? std::string("Scanned")
+                                                                                  : std::string("GenrePacks");
+                         });
 
 } // namespace

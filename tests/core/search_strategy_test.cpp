@@ -20,6 +20,11 @@ TEST(SearchStrategy, ChoosesByTheQueryAndWhatThePlanKnows)
     const SearchQuery loved{.text = "kick", .favoritesOnly = true, .limit = 50};
     const SearchQuery key{.key = "A minor", .limit = 50};
     const SearchQuery none{.type = "Loop", .limit = 0};
+    const SearchQuery genre{.genre = "Trap", .limit = 50};
+    const SearchQuery kickTrap{.text = "kick", .genre = "Trap", .bpm = 140, .limit = 50};
+    const auto members = [](std::int64_t n) {
+        return StrategyFacts{.matches = n, .highestId = 1000000, .memberRows = n};
+    };
 
     const StrategyFacts dense{.keysListed = true, .matches = 300000, .highestId = 1000000};
     const StrategyFacts rare{.keysListed = true, .matches = 900, .highestId = 1000000};
@@ -49,6 +54,10 @@ TEST(SearchStrategy, ChoosesByTheQueryAndWhatThePlanKnows)
         {key, rare, "count statement; page statement, from idx_samples_visible_key"},
         {key, unlisted, "count statement; page statement, walks idx_samples_visible_name"},
         {none, dense, "count statement; page empty"},
+        {genre, members(250000), "count members; page members by name, from idx_samples_visible_id"},
+        {genre, members(250001), "count members; page statement, walks idx_samples_visible_name"},
+        {kickTrap, StrategyFacts{.rowText = true, .matches = 10, .highestId = 1000000, .intersected = 20000},
+         "count intersected; page intersected"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(qv::describe(qv::chooseStrategy(c.query, c.facts)), c.expected) << c.expected;
