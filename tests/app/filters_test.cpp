@@ -4,70 +4,42 @@
 #include "filter_chips.h"
 #include "filter_logic.h"
 #include "filters.h"
-#include "main_window.h"
-#include "qv_controller.h"
-#include "sidebar.h"
-#include "sound_files.h"
-#include "temp_dir.h"
-
-#include "db/database.h"
-#include "scan/library_scanner.h"
+#include "window_test.h"
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QTest>
 #include <QToolButton>
 
-#include <sndfile.h>
-
-#include <gtest/gtest.h>
-
 #include <deque>
-#include <filesystem>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class FiltersTest : public ::testing::Test {
+class FiltersTest : public qv::test::WindowTest {
 protected:
     void SetUp() override
     {
-        QCoreApplication::setOrganizationName(QStringLiteral("Ostrelle"));
-        QCoreApplication::setApplicationName(QStringLiteral("Quorvalinder"));
-        drums = dir / "Drums 100% Größe";
-        trap = dir / "Trap \"Kit\"";
-        fs::create_directories(drums);
-        fs::create_directories(trap);
-        for (int i = 0; i < 8; ++i) {
-            const std::string name = std::string(i % 2 ? "Snare " : "Kick ") + std::to_string(i) + ".wav";
-            qv::test::writeTone(drums / name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0.3, 8000, 1);
-        }
-        for (const char* name : {"Piano Chords 01.wav", "Guitar Riff 02.wav", "Piano Stab 03.wav"}) {
-            qv::test::writeTone(trap / name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0.3, 8000, 1);
-        }
+        std::vector<std::string> names;
+        for (int i = 0; i < 8; ++i) names.push_back(std::string(i % 2 ? "Snare " : "Kick ") + std::to_string(i) + ".wav");
+        writeTones(drums, names, 0.3);
+        writeTones(trap, {"Piano Chords 01.wav", "Guitar Riff 02.wav", "Piano Stab 03.wav"}, 0.3);
         qv::testkit::writeFile(trap / "Piano Melody 04.mid", std::string("MThd\0\0\0\x06\0\0\0\x01\0\x60", 14));
-        databasePath = dir / "index" / "quorvalinder.db";
+        scan(drums);
+        scan(trap);
         qv::Database db(databasePath);
-        for (const fs::path& folder : {drums, trap}) qv::LibraryScanner(db).scan(folder, {}, false);
         db.setFolderGenreOverride(drums, "Unknown", true);
-        db.setFolderGenreOverride(trap, "hip hop", true);
-        db.setFolderGenreOverride(trap, "trap", true);
-        db.setFolderGenreOverride(trap, "rnb", true);
+        for (const char* genre : {"hip hop", "trap", "rnb"}) db.setFolderGenreOverride(trap, genre, true);
     }
 
     void launch()
     {
-        controller = std::make_unique<QVController>(
-            QVController::Options{.databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false});
-        controller->applicationDidFinishLaunching();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return controller->sidebar()->folderTreeLoaded(); }));
-        bar = controller->window()->filterBar;
+        WindowTest::launch();
+        ASSERT_TRUE(folderTreeLoaded());
+        bar = window().filterBar;
         filters = controller->filters();
     }
-
-    qv::BrowseState& state() { return controller->state(); }
 
     // Runs the action and waits for the refresh it causes and any quick-filter read.
     template <typename Action>
@@ -94,11 +66,8 @@ protected:
         });
     }
 
-    qv::testkit::TempDir dir;
-    fs::path drums;
-    fs::path trap;
-    fs::path databasePath;
-    std::unique_ptr<QVController> controller;
+    fs::path drums = dir / "Drums 100% Größe";
+    fs::path trap = dir / "Trap \"Kit\"";
     QVFilterBar* bar = nullptr;
     QVFilters* filters = nullptr;
 };
