@@ -1,6 +1,7 @@
-// The result browser's decisions without a window: the query a refresh runs, the texts it
-// shows and the sort cycle.
+// The result browser's decisions without a window: the query a refresh runs (and the one a
+// filter's value list reads), the texts it shows and the sort cycle.
 #include "browse_logic.h"
+#include "filter_logic.h"
 
 #include <gtest/gtest.h>
 
@@ -12,10 +13,8 @@ TEST(BrowseQuery, CarriesEveryPartOfTheStateAndLeavesAllAlone)
     qv::SearchQuery plain = qv::browseQuery(state);
     EXPECT_EQ(plain.limit, 50);
     EXPECT_EQ(plain.offset, 0);
-    EXPECT_TRUE(plain.instrument.empty());
+    EXPECT_TRUE(plain.instrument.empty() && plain.key.empty() && plain.type.empty());
     EXPECT_FALSE(plain.bpm.has_value());
-    EXPECT_TRUE(plain.key.empty());
-    EXPECT_TRUE(plain.type.empty());
 
     state.searchText = "dusty kick";
     state.page = 3;
@@ -42,6 +41,15 @@ TEST(BrowseQuery, CarriesEveryPartOfTheStateAndLeavesAllAlone)
     EXPECT_EQ(q.key, "A minor");
     EXPECT_EQ(q.genres, (std::vector<std::string>{"House", "Techno"}));
     EXPECT_EQ(q.type, "One Shot");
+
+    // A filter's value list is read in the place alone, without the text or other filters.
+    const qv::SearchQuery place = qv::filterContextQuery(state);
+    EXPECT_TRUE(place.text.empty() && place.instrument.empty() && place.key.empty() && place.genres.empty());
+    EXPECT_FALSE(place.bpm);
+    EXPECT_TRUE(place.favoritesOnly);
+    EXPECT_EQ(place.folder, "/music/Drums 100%");
+    EXPECT_EQ(place.playlistId, 7);
+    EXPECT_EQ(place.type, "One Shot");
 }
 
 TEST(RefreshTexts, ZeroFiftyAndFiftyOneMatches)
