@@ -85,7 +85,7 @@ TEST(QuickFilters, PreferredNamesFirstIgnoringCaseThenTheRestOnce)
     EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Instruments, "rnb"), "rnb");
     EXPECT_EQ(qv::quickFilterLabel("Hip Hop", true), "Hip Hop \u00d7");
     EXPECT_EQ(qv::quickFilterLabel("Hip Hop", false), "Hip Hop");
-    EXPECT_EQ(qv::quickFilterWidth(14), 54);
+    EXPECT_EQ(qv::quickFilterWidth(10), 54);
     EXPECT_EQ(qv::quickFilterWidth(15), 55);
 }
 

@@ -15,18 +15,22 @@ using qv::PlaybackState;
 TEST(PlayerTexts, ClockKeyTempoAndVolume)
 {
     EXPECT_EQ(qv::clockText(0), "0:00");
+    EXPECT_EQ(qv::clockText(59.99), "0:59");
     EXPECT_EQ(qv::clockText(61), "1:01");
     EXPECT_EQ(qv::clockText(3725.4), "62:05");
+    EXPECT_EQ(qv::clockText(-3), "0:00");
     EXPECT_EQ(qv::clockText(std::nan("")), "0:00");
     EXPECT_EQ(qv::clockText(std::numeric_limits<double>::infinity()), "0:00");
 
     EXPECT_EQ(qv::displayKey("A minor"), "Am");
     EXPECT_EQ(qv::displayKey("C# major"), "C#maj");
+    EXPECT_EQ(qv::displayKey("F#"), "F#");
     EXPECT_EQ(qv::displayKey("None"), "--");
     EXPECT_EQ(qv::lengthText(0.43), "0.4s");
     EXPECT_EQ(qv::lengthText(9.96), "10s");
     EXPECT_EQ(qv::lengthText(59.6), "0:59");
     EXPECT_EQ(qv::lengthText(65), "1:05");
+    EXPECT_EQ(qv::lengthText(-1), "0.0s");
     EXPECT_EQ(qv::bpmText(174), "174");
     EXPECT_EQ(qv::bpmText(std::nullopt), "--");
 
