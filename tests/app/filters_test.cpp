@@ -82,7 +82,6 @@ TEST_F(FiltersTest, ASuggestionChosenWithTheKeyboardNarrowsTheResultsAndItsReset
     QVFilterSuggestions* suggestions = filters->openSuggestions();
     ASSERT_NE(suggestions, nullptr);
     EXPECT_EQ(suggestions->caption(), "Instruments suggestions");
-    EXPECT_EQ(suggestions->size(), QSize(270, 310));
     EXPECT_EQ(suggestions->visibleChoices(), (QStringList{"All", "Guitar", "Kick", "Piano", "Snare"}))
         << "the values present, not the built-in list";
 
@@ -124,7 +123,6 @@ TEST_F(FiltersTest, QuickFiltersOfferThePlacesValuesAndToggle)
     ASSERT_TRUE(QTest::qWaitFor([&] { return !filters->quickFiltersPending(); }));
     EXPECT_EQ(texts(bar->genreRow->chipButtons()), (QStringList{"trap", "R&B", "Hip Hop"})) << "\"Unknown\" is no genre";
     EXPECT_EQ(bar->genreRow->chipButtons()[2]->toolTip(), "Filter by Hip Hop");
-    EXPECT_EQ(bar->genreRow->chipButtons()[2]->height(), 26);
     EXPECT_EQ(texts(bar->instrumentRow->chipButtons()), (QStringList{"Piano", "Guitar", "Kick", "Snare"}));
     EXPECT_FALSE(bar->genreRow->emptyLabel()->isVisibleTo(bar));
 
