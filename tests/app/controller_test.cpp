@@ -41,6 +41,16 @@ protected:
     }
 
     QVPlayback& playback() { return *controller->playback(); }
+    bool playing() { return waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }); }
+    // Players made after a slow disk's delay, counted.
+    void slowPlayers(int ms, std::atomic<int>* created = nullptr)
+    {
+        playback().setPlayerFactory([ms, created](const QString& path, QString* error) {
+            if (created) ++*created;
+            std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+            return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+        });
+    }
     bool waitFor(const std::function<bool()>& done, int ms = 5000) { return QTest::qWaitFor(done, ms); }
 
     fs::path library = dir / "Drums 100% Größe";
@@ -76,16 +86,12 @@ TEST_F(ControllerTest, SelectingFasterThanFilesDecodeKeepsOnlyTheLastSelection)
 {
     launch();
     std::atomic<int> created{0};
-    playback().setPlayerFactory([&created](const QString& path, QString* error) {
-        ++created;
-        std::this_thread::sleep_for(std::chrono::milliseconds(150)); // a slow disk
-        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
-    });
+    slowPlayers(150, &created);
     playback().loadSampleAtIndex(0, true);
     playback().loadSampleAtIndex(1, true);
     playback().loadSampleAtIndex(2, true);
     EXPECT_EQ(playback().playbackState(), PlaybackState::Loading);
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     QTest::qWait(400); // any late completion of an older load would land here
     ASSERT_TRUE(playback().currentSample());
     EXPECT_EQ(playback().currentSample()->id, state().rows[2].id);
@@ -97,10 +103,7 @@ TEST_F(ControllerTest, SelectingFasterThanFilesDecodeKeepsOnlyTheLastSelection)
 TEST_F(ControllerTest, ADecodeForAnOldBrowseContextIsDiscarded)
 {
     launch();
-    playback().setPlayerFactory([](const QString& path, QString* error) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(120));
-        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
-    });
+    slowPlayers(120);
     playback().loadSampleAtIndex(0, true);
     ++state().browseContextGeneration; // the search text changed meanwhile
     QTest::qWait(500);
@@ -114,7 +117,7 @@ TEST_F(ControllerTest, SteppingSkipsMissingFilesAndCrossesPages)
     const auto pathOf = [&](int row) { return fs::path(state().rows[static_cast<std::size_t>(row)].path); };
     for (int row : {1, 2, 3}) fs::remove(pathOf(row));
     playback().loadSampleAtIndex(0, true);
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     playback().nextSample();
     ASSERT_TRUE(waitFor([&] { return playback().currentSample() && playback().currentSample()->id == state().rows[4].id; }));
     EXPECT_EQ(status(), "Skipped unavailable sample");
@@ -192,7 +195,7 @@ TEST_F(ControllerTest, SortingKeepsTheLoadedSampleSelected)
 {
     launch();
     playback().loadSampleAtIndex(29, true); // the last kick, "Kick 58"
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     const std::int64_t id = playback().currentSample()->id;
     QPushButton* header = window().filenameHeader;
     header->click();
@@ -207,7 +210,7 @@ TEST_F(ControllerTest, SortingKeepsTheLoadedSampleSelected)
 
     // A loaded sample that the new order puts on another page is not selected.
     playback().loadSampleAtIndex(49, true); // "Kick 40"
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     window().timeHeader->click();
     ASSERT_TRUE(waitFor([&] { return window().filenameHeader->text() == "Filename"; }));
     ASSERT_TRUE(waitFor([&] { return state().timeSortDirection == 1 && !state().pageTransitionScheduled; }));
@@ -271,7 +274,7 @@ TEST_F(ControllerTest, SteppingPassesAMidiRowWithoutPlayingIt)
     launch();
     ASSERT_EQ(state().rows[2].type, qv::SampleType::MIDI);
     playback().loadSampleAtIndex(1, true);
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     const std::int64_t playing = playback().currentSample()->id;
 
     playback().nextSample();
@@ -296,7 +299,7 @@ TEST_F(ControllerTest, ACorruptFileIsReportedInTheStatusLineAndTheWalkGoesOn)
 
     // Stepping onto it from the row before moves past it to the next playable row.
     playback().loadSampleAtIndex(1, true);
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     playback().nextSample();
     ASSERT_TRUE(waitFor([&] {
         return playback().currentSample()->id == state().rows[3].id && playback().playbackState() == PlaybackState::Playing;
