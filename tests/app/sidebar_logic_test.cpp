@@ -52,7 +52,6 @@ TEST(SidebarButtons, ATypePressedTwiceReturnsToAllTypesAndANavigationPressResets
     state.sectionType = "One Shot";
     EXPECT_TRUE(qv::pressSidebarButton(state, buttons, qv::kLibrariesTag));
     EXPECT_TRUE(state.libraryMode);
-    EXPECT_FALSE(state.favoriteMode);
     EXPECT_EQ(state.folderScope, "");
     EXPECT_EQ(state.sectionType, "");
     EXPECT_EQ(buttons.activeNav, qv::kLibrariesTag);
@@ -62,7 +61,6 @@ TEST(SidebarButtons, ATypePressedTwiceReturnsToAllTypesAndANavigationPressResets
     EXPECT_FALSE(state.libraryMode);
     qv::pressSidebarButton(state, buttons, qv::kAllTypesTag);
     EXPECT_FALSE(state.playlistId);
-    EXPECT_FALSE(state.libraryMode || state.favoriteMode);
     EXPECT_EQ(buttons.activeType, qv::kAllTypesTag);
     EXPECT_EQ(buttons.activeNav, qv::kNoButton);
 }
