@@ -96,10 +96,7 @@ TEST(Breadcrumbs, EachPlaceHasItsEntriesAndAFolderShowsItsLastThree)
     EXPECT_EQ(qv::breadcrumbEntries(state, playlists, {}), (std::vector<BreadcrumbEntry>{{"Libraries", "libraries", ""}}));
 
     state = {};
-    state.playlistId = 3;
-    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, {}),
-              (std::vector<BreadcrumbEntry>{{"Playlists", "all", ""}, {"Best Kicks", "playlist", "3"}}));
-    state.playlistId = 99; // deleted meanwhile
+    state.playlistId = 99; // deleted meanwhile; a shown one is the window test's
     EXPECT_EQ(qv::breadcrumbEntries(state, playlists, {}), (std::vector<BreadcrumbEntry>{{"Playlists", "all", ""}}));
 
     state = {};
