@@ -58,16 +58,11 @@ TEST(ChipVisibility, FollowsTheTypeSection)
 
 TEST(ChipTitles, NameWhenUnsetValueWithRoomForResetAndGenreCount)
 {
-    EXPECT_EQ(qv::chipTitle("Key", "All"), "Key");
-    EXPECT_EQ(qv::chipTitle("Key", "C#m"), "C#m    ");
-    EXPECT_EQ(qv::genreChipValue({}), "All");
-    EXPECT_EQ(qv::genreChipValue({"trap"}), "trap");
+    // One value or none: the filters' window test reads the chips' titles.
     EXPECT_EQ(qv::genreChipValue({"trap", "house", "soul"}), "trap +2");
-
     qv::BrowseState state;
     state.selectedGenres = {"house", "trap"};
     EXPECT_EQ(qv::chipTitle("Genres", qv::chipValue(state, qv::kGenreChip)), "house +1    ");
-    EXPECT_EQ(qv::chipTitle("BPM", qv::chipValue(state, qv::kBpmChip)), "BPM");
 }
 
 TEST(QuickFilters, PreferredNamesFirstIgnoringCaseThenTheRestOnce)
@@ -79,12 +74,8 @@ TEST(QuickFilters, PreferredNamesFirstIgnoringCaseThenTheRestOnce)
               (Strings{"Piano", "piano", "ep", "guitar", "Bass"}));
     EXPECT_TRUE(qv::quickFilterOrder(QuickFilterRow::Genres, {"Unknown", "None", ""}).empty());
 
-    EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Genres, "rnb"), "R&B");
-    EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Genres, "hip hop"), "Hip Hop");
-    EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Genres, "trap"), "trap");
+    // Genre titles and the selected mark show in the filters' window test.
     EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Instruments, "rnb"), "rnb");
-    EXPECT_EQ(qv::quickFilterLabel("Hip Hop", true), "Hip Hop \u00d7");
-    EXPECT_EQ(qv::quickFilterLabel("Hip Hop", false), "Hip Hop");
     EXPECT_EQ(qv::quickFilterWidth(10), 54);
     EXPECT_EQ(qv::quickFilterWidth(15), 55);
 }
