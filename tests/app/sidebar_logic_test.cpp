@@ -119,15 +119,12 @@ TEST(BreadcrumbHistory, KeepsTheNewestTwentyAndSnapshotsRestoreTheirPlace)
     EXPECT_EQ(oldest->value, "/f5");
     EXPECT_FALSE(history.pop());
 
-    BrowseState places[5];
+    BrowseState places[4]; // a folder's snapshot is restored by Back in the window test
     places[0].playlistId = 12;
     places[1].favoriteMode = true;
     places[2].libraryMode = true;
-    places[3].folderScope = "/lib/Drums";
-    places[3].sectionType = "One Shot";
-    places[3].page = 3;
-    places[4].sectionType = "MIDI";
-    places[4].page = 2;
+    places[3].sectionType = "MIDI";
+    places[3].page = 2;
     for (const BrowseState& place : places) {
         const qv::BreadcrumbSnapshot snapshot = qv::breadcrumbSnapshot(place);
         BrowseState restored;
@@ -164,7 +161,7 @@ TEST(LaunchLocation, IsStoredClearedAndRestoredOnlyWhenItsTargetStillExists)
 
     const auto folders = [](const std::string& path) { return path == "/lib/Drums"; };
     const auto playlists = [](std::int64_t id) { return id == 9; };
-    using qv::LaunchAction;
+    using qv::LaunchAction; // a folder that opens is the window test's
     const struct {
         int mode;
         qv::LaunchLocation location;
@@ -173,7 +170,6 @@ TEST(LaunchLocation, IsStoredClearedAndRestoredOnlyWhenItsTargetStillExists)
         {1, {}, LaunchAction::Nothing},
         {1, {"favorites", "", {}}, LaunchAction::OpenFavorites},
         {0, {"favorites", "", {}}, LaunchAction::Nothing}, // compact: keys left alone
-        {1, {"folder", "/lib/Drums", {}}, LaunchAction::OpenFolder},
         {1, {"folder", "/lib/Gone", {}}, LaunchAction::ClearStored},
         {1, {"playlist", "", 9}, LaunchAction::OpenPlaylist},
         {1, {"playlist", "", 10}, LaunchAction::ClearStored},
