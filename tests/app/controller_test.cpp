@@ -2,40 +2,27 @@
 // whose name has spaces, '%' and non-ASCII: launch, stale decodes, skipping, crossing a
 // page, the search debounce and coalesced page requests. Players run on a clock.
 #include "filter_chips.h"
-#include "main_window.h"
 #include "player_panel.h"
 #include "waveform_view.h"
 #include "warmup.h"
 #include "playback.h"
-#include "qv_controller.h"
 #include "result_browser.h"
 #include "results_view.h"
-#include "sound_files.h"
-#include "temp_dir.h"
-
-#include "db/database.h"
-#include "inference/metadata_parser.h"
-#include "scan/library_scanner.h"
 #include "scan_coordinator.h"
+#include "window_test.h"
+
+#include "inference/metadata_parser.h"
 
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenuBar>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QUrl>
 #include <QSignalSpy>
-#include <QTest>
-
-#include <sndfile.h>
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <mutex>
 #include <thread>
 
 namespace {
@@ -43,48 +30,30 @@ namespace {
 namespace fs = std::filesystem;
 using qv::PlaybackState;
 
-class ControllerTest : public ::testing::Test {
+class ControllerTest : public qv::test::WindowTest {
 protected:
     void SetUp() override
     {
-        QCoreApplication::setOrganizationName(QStringLiteral("Ostrelle"));
-        QCoreApplication::setApplicationName(QStringLiteral("Quorvalinder"));
-        library = dir / "Drums 100% Größe";
-        fs::create_directories(library);
-        for (int i = 0; i < 60; ++i) {
-            const char* kind = i % 2 ? "Snare" : "Kick";
-            char name[64];
-            std::snprintf(name, sizeof name, "%s %02d.wav", kind, i);
-            qv::test::writeTone(library / name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 3.0, 8000, 1);
-        }
-        databasePath = dir / "index" / "quorvalinder.db";
-        {
-            qv::Database db(databasePath);
-            qv::LibraryScanner(db).scan(library, {}, false);
-        }
-    }
-
-    void launch()
-    {
-        controller = std::make_unique<QVController>(
-            QVController::Options{.databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false});
-        controller->applicationDidFinishLaunching();
+        std::vector<std::string> names;
+        for (int i = 0; i < 60; ++i) names.push_back((i % 2 ? "Snare " : "Kick ") + std::string(i < 10 ? "0" : "") + std::to_string(i) + ".wav");
+        writeTones(library, names, 3.0);
+        scan(library);
     }
 
     QVPlayback& playback() { return *controller->playback(); }
-    qv::BrowseState& state() { return controller->state(); }
-    QString status() { return controller->window()->status(); }
-
-    template <typename Done>
-    bool waitFor(Done done, int ms = 5000)
+    bool playing() { return waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }); }
+    // Players made after a slow disk's delay, counted.
+    void slowPlayers(int ms, std::atomic<int>* created = nullptr)
     {
-        return QTest::qWaitFor(done, ms);
+        playback().setPlayerFactory([ms, created](const QString& path, QString* error) {
+            if (created) ++*created;
+            std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+            return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
+        });
     }
+    bool waitFor(const std::function<bool()>& done, int ms = 5000) { return QTest::qWaitFor(done, ms); }
 
-    qv::testkit::TempDir dir;
-    fs::path library;
-    fs::path databasePath;
-    std::unique_ptr<QVController> controller;
+    fs::path library = dir / "Drums 100% Größe";
 };
 
 TEST_F(ControllerTest, LaunchBuildsInOrderAndShowsTheFirstPage)
@@ -93,16 +62,15 @@ TEST_F(ControllerTest, LaunchBuildsInOrderAndShowsTheFirstPage)
     EXPECT_EQ(controller->launchSteps(),
               (QStringList{"database", "library-availability", "layout", "window", "panels", "notifications",
                            "sidebars", "refresh", "show"}));
-    QVMainWindow& window = *controller->window();
-    EXPECT_EQ(window.windowTitle(), QString::fromUtf8("Quorvalinder \u2014 Ostrelle"));
+    EXPECT_EQ(window().windowTitle(), QString::fromUtf8("Quorvalinder \u2014 Ostrelle"));
     EXPECT_EQ(state().rows.size(), 50u);
-    EXPECT_EQ(window.table->rowCount(), 50);
+    EXPECT_EQ(window().table->rowCount(), 50);
     EXPECT_TRUE(state().hasNextPage);
     EXPECT_EQ(status(), QString::fromUtf8("60 matching samples  \u2022  showing 1\u201350"));
-    EXPECT_EQ(window.pageLabel->text(), "Page 1 of 2");
-    EXPECT_FALSE(window.emptyStateVisible());
-    EXPECT_EQ(window.focusWidget(), window.table); // Space and arrows act at once
-    EXPECT_NE(window.player, nullptr) << "the sidebars' reload builds the player";
+    EXPECT_EQ(window().pageLabel->text(), "Page 1 of 2");
+    EXPECT_FALSE(window().emptyStateVisible());
+    EXPECT_EQ(window().focusWidget(), window().table); // Space and arrows act at once
+    EXPECT_NE(window().player, nullptr) << "the sidebars' reload builds the player";
 }
 
 TEST_F(ControllerTest, AnUnpluggedLibraryIsMarkedOfflineBeforeTheFirstRefresh)
@@ -118,16 +86,12 @@ TEST_F(ControllerTest, SelectingFasterThanFilesDecodeKeepsOnlyTheLastSelection)
 {
     launch();
     std::atomic<int> created{0};
-    playback().setPlayerFactory([&created](const QString& path, QString* error) {
-        ++created;
-        std::this_thread::sleep_for(std::chrono::milliseconds(150)); // a slow disk
-        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
-    });
+    slowPlayers(150, &created);
     playback().loadSampleAtIndex(0, true);
     playback().loadSampleAtIndex(1, true);
     playback().loadSampleAtIndex(2, true);
     EXPECT_EQ(playback().playbackState(), PlaybackState::Loading);
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     QTest::qWait(400); // any late completion of an older load would land here
     ASSERT_TRUE(playback().currentSample());
     EXPECT_EQ(playback().currentSample()->id, state().rows[2].id);
@@ -139,10 +103,7 @@ TEST_F(ControllerTest, SelectingFasterThanFilesDecodeKeepsOnlyTheLastSelection)
 TEST_F(ControllerTest, ADecodeForAnOldBrowseContextIsDiscarded)
 {
     launch();
-    playback().setPlayerFactory([](const QString& path, QString* error) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(120));
-        return qv::PreviewPlayer::create(path, error, qv::PreviewPlayer::clockOutput());
-    });
+    slowPlayers(120);
     playback().loadSampleAtIndex(0, true);
     ++state().browseContextGeneration; // the search text changed meanwhile
     QTest::qWait(500);
@@ -156,7 +117,7 @@ TEST_F(ControllerTest, SteppingSkipsMissingFilesAndCrossesPages)
     const auto pathOf = [&](int row) { return fs::path(state().rows[static_cast<std::size_t>(row)].path); };
     for (int row : {1, 2, 3}) fs::remove(pathOf(row));
     playback().loadSampleAtIndex(0, true);
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     playback().nextSample();
     ASSERT_TRUE(waitFor([&] { return playback().currentSample() && playback().currentSample()->id == state().rows[4].id; }));
     EXPECT_EQ(status(), "Skipped unavailable sample");
@@ -176,7 +137,7 @@ TEST_F(ControllerTest, SteppingSkipsMissingFilesAndCrossesPages)
     playback().navigateSamplesInDirection(1, 10);
     EXPECT_EQ(status(), "Skipped unavailable samples");
     EXPECT_EQ(state().page, 1);
-    EXPECT_EQ(controller->window()->table->selectedRow(), 9);
+    EXPECT_EQ(window().table->selectedRow(), 9);
 }
 
 TEST_F(ControllerTest, TypedSearchWaitsForTheDebounceAndClampsThePage)
@@ -184,7 +145,7 @@ TEST_F(ControllerTest, TypedSearchWaitsForTheDebounceAndClampsThePage)
     launch();
     controller->browser()->nextPage();
     ASSERT_TRUE(waitFor([&] { return state().page == 1 && !state().pageTransitionScheduled; }));
-    QLineEdit* search = controller->window()->search;
+    QLineEdit* search = window().search;
     search->setText(QStringLiteral("Snare"));
     EXPECT_TRUE(controller->browser()->searchRefreshPending());
     EXPECT_EQ(state().rows.size(), 10u) << "nothing runs before the pause";
@@ -214,50 +175,44 @@ TEST_F(ControllerTest, RapidPageRequestsCoalesceIntoOneRefresh)
     EXPECT_EQ(state().page, 1);
 }
 
-} // namespace
-
-namespace {
-
 TEST_F(ControllerTest, FoldersDroppedOnTheWindowAreScannedInTheBackground)
 {
     launch();
     const fs::path more = dir / "More \"Quoted\" Loops";
-    fs::create_directories(more);
-    qv::test::writeTone(more / "Pad 90 BPM.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1.0, 8000, 1);
-    QVMainWindow& window = *controller->window();
-    emit window.foldersDropped({QUrl::fromLocalFile(QString::fromStdString(more.string())),
-                                QUrl::fromLocalFile(QString::fromStdString(more.string()))});
+    writeTones(more, {"Pad 90 BPM.wav"}, 1.0);
+    const QUrl url = QUrl::fromLocalFile(qv::test::qpath(more));
+    emit window().foldersDropped({url, url});
     EXPECT_EQ(status(), QString::fromUtf8("Scanning 1 root folder\u2026 You can keep browsing."));
-    emit window.foldersDropped({QUrl::fromLocalFile(QString::fromStdString(more.string()))});
+    emit window().foldersDropped({url});
     EXPECT_EQ(status(), "A library scan is already running. Please wait for it to finish.");
     ASSERT_TRUE(waitFor([&] { return status().startsWith("Scan complete"); }));
     EXPECT_EQ(status(), QString::fromUtf8("Scan complete  \u2022  1 new  \u2022  0 updated  \u2022  0 unchanged  \u2022  0 missing"));
     EXPECT_EQ(controller->database().libraries().size(), 2u);
-    EXPECT_EQ(window.pageLabel->text(), "Page 1 of 2") << "61 samples after the refresh";
+    EXPECT_EQ(window().pageLabel->text(), "Page 1 of 2") << "61 samples after the refresh";
 }
 
 TEST_F(ControllerTest, SortingKeepsTheLoadedSampleSelected)
 {
     launch();
     playback().loadSampleAtIndex(29, true); // the last kick, "Kick 58"
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     const std::int64_t id = playback().currentSample()->id;
-    QPushButton* header = controller->window()->filenameHeader;
+    QPushButton* header = window().filenameHeader;
     header->click();
     header->click(); // descending: thirty snares first, then the kicks from 58 down
     ASSERT_TRUE(waitFor([&] { return state().rows.front().filename == "Snare 59.wav"; }));
     EXPECT_EQ(header->text(), QString::fromUtf8("Filename  \u25bc"));
     EXPECT_EQ(state().currentIndex, 30);
-    EXPECT_EQ(controller->window()->table->selectedRow(), 30);
+    EXPECT_EQ(window().table->selectedRow(), 30);
     EXPECT_EQ(state().rows[30].id, id);
     EXPECT_EQ(state().sortedNavigationTotal, 60);
     EXPECT_EQ(state().sortedNavigationIndex, 30);
 
     // A loaded sample that the new order puts on another page is not selected.
     playback().loadSampleAtIndex(49, true); // "Kick 40"
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
-    controller->window()->timeHeader->click();
-    ASSERT_TRUE(waitFor([&] { return controller->window()->filenameHeader->text() == "Filename"; }));
+    ASSERT_TRUE(playing());
+    window().timeHeader->click();
+    ASSERT_TRUE(waitFor([&] { return window().filenameHeader->text() == "Filename"; }));
     ASSERT_TRUE(waitFor([&] { return state().timeSortDirection == 1 && !state().pageTransitionScheduled; }));
     QTest::qWait(20);
     const bool onPage = std::any_of(state().rows.begin(), state().rows.end(),
@@ -289,72 +244,48 @@ TEST(AudioWarmup, PlaysSilenceUnderAnOverlayUnlessAPreviewIsAlreadyThere)
     }
 }
 
-} // namespace
-
-namespace {
-
 TEST_F(ControllerTest, ALovedRowIsInFavoritesAndThePlaceStartsANewBrowseContext)
 {
     launch();
-    QVMainWindow& window = *controller->window();
     const std::int64_t loved = state().rows[3].id;
-    emit window.table->heartClicked(3);
+    emit window().table->heartClicked(3);
     EXPECT_TRUE(state().rows[3].favorite);
     EXPECT_TRUE(controller->database().isFavorite(loved));
 
     const std::uint64_t before = state().browseContextGeneration;
-    window.navButtons[1].button->click(); // Favorites
+    window().navButtons[1].button->click(); // Favorites
     EXPECT_EQ(state().browseContextGeneration, before + 1);
     ASSERT_TRUE(waitFor([&] { return state().rows.size() == 1; }));
     EXPECT_EQ(state().rows[0].id, loved);
-    EXPECT_TRUE(window.navButtons[1].button->isChecked());
-    EXPECT_FALSE(window.navButtons[0].button->isChecked());
-
-    window.navButtons[0].button->click(); // All Samples
-    ASSERT_TRUE(waitFor([&] { return state().rows.size() == 50; }));
-    emit window.table->heartClicked(3); // unloved again
-    EXPECT_FALSE(controller->database().isFavorite(loved));
+    EXPECT_TRUE(window().navButtons[1].button->isChecked());
+    EXPECT_FALSE(window().navButtons[0].button->isChecked());
 }
-
-} // namespace
-
-namespace {
 
 TEST_F(ControllerTest, SteppingPassesAMidiRowWithoutPlayingIt)
 {
     // A header-only MIDI file between "Kick 02" and "Kick 04".
     qv::testkit::writeFile(library / "Kick 03.mid", std::string("MThd\0\0\0\x06\0\0\0\x01\0\x60", 14));
-    {
-        qv::Database db(databasePath);
-        qv::LibraryScanner(db).scan(library, {}, false);
-    }
+    scan(library);
     launch();
     ASSERT_EQ(state().rows[2].type, qv::SampleType::MIDI);
     playback().loadSampleAtIndex(1, true);
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     const std::int64_t playing = playback().currentSample()->id;
 
     playback().nextSample();
-    EXPECT_TRUE(controller->window()->player->waveform()->midiMode());
+    EXPECT_TRUE(window().player->waveform()->midiMode());
     EXPECT_EQ(playback().currentSample()->id, playing) << "the player keeps its sample";
-    EXPECT_EQ(controller->window()->table->selectedRow(), 2);
+    EXPECT_EQ(window().table->selectedRow(), 2);
 
     playback().nextSample();
     ASSERT_TRUE(waitFor([&] { return playback().currentSample()->id == state().rows[3].id; }));
     EXPECT_EQ(state().currentIndex, 3);
 }
 
-} // namespace
-
-namespace {
-
 TEST_F(ControllerTest, ACorruptFileIsReportedInTheStatusLineAndTheWalkGoesOn)
 {
     qv::testkit::writeFile(library / "Kick 03 broken.wav", "RIFF\x10\0\0\0WAVEjunk that is not audio");
-    {
-        qv::Database db(databasePath);
-        qv::LibraryScanner(db).scan(library, {}, false);
-    }
+    scan(library);
     launch();
     ASSERT_EQ(state().rows[2].filename, "Kick 03 broken.wav");
     playback().loadSampleAtIndex(2, true);
@@ -363,7 +294,7 @@ TEST_F(ControllerTest, ACorruptFileIsReportedInTheStatusLineAndTheWalkGoesOn)
 
     // Stepping onto it from the row before moves past it to the next playable row.
     playback().loadSampleAtIndex(1, true);
-    ASSERT_TRUE(waitFor([&] { return playback().playbackState() == PlaybackState::Playing; }));
+    ASSERT_TRUE(playing());
     playback().nextSample();
     ASSERT_TRUE(waitFor([&] {
         return playback().currentSample()->id == state().rows[3].id && playback().playbackState() == PlaybackState::Playing;
@@ -374,39 +305,26 @@ TEST_F(ControllerTest, ACorruptFileIsReportedInTheStatusLineAndTheWalkGoesOn)
 TEST_F(ControllerTest, MenusAndKeysReachTheSearchFieldAndThePages)
 {
     launch();
-    QVMainWindow& window = *controller->window();
-    window.activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    window().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
     QStringList menus;
-    QAction* find = nullptr;
-    QAction* customize = nullptr;
-    for (QAction* menu : window.menuBar()->actions()) {
-        menus << menu->text();
-        for (QAction* item : menu->menu()->actions()) {
-            if (item->text() == "Find Samples") find = item;
-            if (item->text() == QString::fromUtf8("Customize Shortcuts\u2026")) customize = item;
-        }
-    }
+    for (QAction* menu : window().menuBar()->actions()) menus << menu->text();
     EXPECT_EQ(menus.first(), "Quorvalinder");
     EXPECT_EQ(menus.indexOf("Edit"), 1);
     EXPECT_EQ(menus.last(), "Help");
-    ASSERT_NE(customize, nullptr);
+    QAction* find = qv::test::menuItem(qv::test::menuNamed(window().menuBar(), "Edit"), "Find Samples");
     ASSERT_NE(find, nullptr);
 
-    QTest::keyClick(window.table, Qt::Key_Right);
-    EXPECT_TRUE(waitFor([&] { return window.pageLabel->text() == "Page 2 of 2"; }));
-    window.search->setText("Kick");
+    QTest::keyClick(window().table, Qt::Key_Right);
+    EXPECT_TRUE(waitFor([&] { return window().pageLabel->text() == "Page 2 of 2"; }));
+    window().search->setText("Kick");
     find->trigger();
-    EXPECT_TRUE(window.search->hasFocus());
-    EXPECT_EQ(window.search->selectedText(), "Kick");
-    QTest::keyClick(window.search, Qt::Key_Left); // typing, not paging
-    EXPECT_EQ(window.search->cursorPosition(), 3);
-    EXPECT_EQ(window.pageLabel->text(), "Page 2 of 2");
+    EXPECT_TRUE(window().search->hasFocus());
+    EXPECT_EQ(window().search->selectedText(), "Kick");
+    QTest::keyClick(window().search, Qt::Key_Left); // typing, not paging
+    EXPECT_EQ(window().search->cursorPosition(), 3);
+    EXPECT_EQ(window().pageLabel->text(), "Page 2 of 2");
 }
-
-} // namespace
-
-namespace {
 
 TEST_F(ControllerTest, TheStartupCheckRunsAfterLaunchAndAnOldIndexIsAnalysedAgain)
 {
@@ -415,13 +333,11 @@ TEST_F(ControllerTest, TheStartupCheckRunsAfterLaunchAndAnOldIndexIsAnalysedAgai
         db.setParserRevision(5); // written by an older parser
         db.addLibrary(dir / "Unplugged Drive");
     }
-    controller = std::make_unique<QVController>(QVController::Options{
-        .databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false, .checkLibrariesAtStartup = true});
-    controller->applicationDidFinishLaunching();
+    launch({.checkLibrariesAtStartup = true});
     QSignalSpy said(controller->scans(), &QVScanCoordinator::statusMessage);
-    QProgressBar* bar = controller->window()->filterBar->libraryScanProgress;
+    QProgressBar* bar = window().filterBar->libraryScanProgress;
     EXPECT_EQ(state().rows.size(), 50u) << "the first page does not wait for the check";
-    ASSERT_TRUE(waitFor([&] { return bar->isVisibleTo(controller->window()); }, 2000));
+    ASSERT_TRUE(waitFor([&] { return bar->isVisibleTo(&window()); }, 2000));
     EXPECT_EQ(bar->maximum(), 2);
     const auto saidSoFar = [&] {
         QStringList texts;
@@ -436,7 +352,7 @@ TEST_F(ControllerTest, TheStartupCheckRunsAfterLaunchAndAnOldIndexIsAnalysedAgai
                                                        "removed \u2022 1 libraries need attention")))
         << saidSoFar().join(QLatin1Char('|')).toStdString();
     EXPECT_TRUE(saidSoFar().contains(QString::fromUtf8("Analyzing sample event structure\u2026")));
-    EXPECT_FALSE(bar->isVisibleTo(controller->window()));
+    EXPECT_FALSE(bar->isVisibleTo(&window()));
     EXPECT_EQ(controller->database().parserRevision(), qv::kMetadataParserRevision);
     EXPECT_FALSE(controller->scans()->busy());
 }

@@ -1,50 +1,12 @@
 // The edit commands against a real index, with scripted answers instead of a person:
 // the folder question at 500 samples, failures shown and nothing refreshed, love in and
 // out of the favourites, and playlists made, filled and deleted.
-#include "alerts.h"
 #include "edit_commands.h"
-
-#include "db/database.h"
-#include "temp_dir.h"
-
-#include <gtest/gtest.h>
-
-#include <deque>
+#include "window_test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Question {
-    QString message;
-    QString informative;
-    QStringList buttons;
-};
-
-class ScriptedAlerts : public QVAlerts {
-public:
-    std::deque<int> answers;            // button indexes, in the order asked
-    std::deque<std::optional<QString>> texts;
-    std::vector<Question> asked;
-    std::vector<Question> told;
-
-    int ask(const QString& message, const QString& informative, const QStringList& buttons) override
-    {
-        asked.push_back({message, informative, buttons});
-        const int answer = answers.empty() ? -1 : answers.front();
-        if (!answers.empty()) answers.pop_front();
-        return answer;
-    }
-    std::optional<QString> askText(const QString& message, const QString& informative, const QString&,
-                                   const QString&, const QStringList& buttons) override
-    {
-        asked.push_back({message, informative, buttons});
-        std::optional<QString> text = texts.empty() ? std::nullopt : texts.front();
-        if (!texts.empty()) texts.pop_front();
-        return text;
-    }
-    void inform(const QString& message, const QString& informative) override { told.push_back({message, informative, {}}); }
-};
 
 class EditCommandsTest : public ::testing::Test {
 protected:
@@ -100,7 +62,7 @@ protected:
     qv::Database db{dir / "index.db"};
     std::int64_t library = 0;
     qv::BrowseState state;
-    ScriptedAlerts alerts;
+    qv::test::ScriptedAlerts alerts;
     QVEditCommands::Hooks hooks;
     std::unique_ptr<QVEditCommands> commands;
     int refreshes = 0;

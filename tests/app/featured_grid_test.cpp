@@ -1,106 +1,48 @@
 // The featured grid in the real window, offscreen: sets pinned from the folder and
 // playlist menus become cards, a card opens its place, and its menu and a dropped image
 // rename, restyle and remove it.
-#include "alerts.h"
 #include "context_menus.h"
 #include "featured_grid.h"
 #include "featured_items.h"
-#include "main_window.h"
-#include "qv_controller.h"
 #include "scan_coordinator.h"
-#include "sidebar.h"
-#include "sound_files.h"
-#include "temp_dir.h"
-
-#include "db/database.h"
-#include "scan/library_scanner.h"
+#include "window_test.h"
 
 #include <QGridLayout>
 #include <QImage>
 #include <QLabel>
-#include <QMenu>
 #include <QMimeData>
-#include <QSettings>
-#include <QTest>
-
-#include <sndfile.h>
-
-#include <gtest/gtest.h>
 
 namespace {
 
 namespace fs = std::filesystem;
+using qv::test::qpath;
+using qv::test::trigger;
 
-QString qpath(const fs::path& path) { return QString::fromStdString(path.string()); }
-
-class AnswerWith : public QVAlerts {
-public:
-    explicit AnswerWith(QString text) : _text(std::move(text)) {}
-    int ask(const QString&, const QString&, const QStringList&) override { return -1; }
-    std::optional<QString> askText(const QString&, const QString&, const QString&, const QString&,
-                                   const QStringList&) override
-    {
-        return _text;
-    }
-    void inform(const QString&, const QString&) override {}
-
-private:
-    QString _text;
-};
-
-void trigger(QMenu* menu, const QString& title)
-{
-    for (QAction* action : menu->actions()) {
-        if (action->text() == title) return action->trigger();
-    }
-    ADD_FAILURE() << "no item " << title.toStdString();
-}
-
-class FeaturedGridTest : public ::testing::Test {
+class FeaturedGridTest : public qv::test::WindowTest {
 protected:
     void SetUp() override
     {
-        QCoreApplication::setOrganizationName(QStringLiteral("Ostrelle"));
-        QCoreApplication::setApplicationName(QStringLiteral("Quorvalinder"));
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, qpath(dir / "config"));
-        QSettings().clear();
-        pack = dir / "Pack";
-        for (const char* folder : {"Kicks", "Snares"}) {
-            fs::create_directories(pack / folder);
-            for (int i = 0; i < 2; ++i) {
-                const std::string name = std::string(folder) + " " + std::to_string(i) + ".wav";
-                qv::test::writeTone(pack / folder / name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1.0, 8000, 1);
-            }
-        }
-        databasePath = dir / "index" / "quorvalinder.db";
-        qv::Database db(databasePath);
-        qv::LibraryScanner(db).scan(pack, {}, false);
-        playlist = db.createPlaylist("Keepers");
-
-        controller = std::make_unique<QVController>(QVController::Options{.featuredAvatarDirectory = qpath(dir / "avatars"),
-                                                                          .databasePath = databasePath,
-                                                                          .warmUpAudio = false,
-                                                                          .useAudioDevice = false});
-        controller->applicationDidFinishLaunching();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return controller->sidebar()->folderTreeLoaded(); }));
+        ownSettings();
+        writeTones(pack / "Kicks", {"Kicks 0.wav", "Kicks 1.wav"}, 1.0);
+        writeTones(pack / "Snares", {"Snares 0.wav", "Snares 1.wav"}, 1.0);
+        scan(pack);
+        playlist = qv::Database(databasePath).createPlaylist("Keepers");
+        launch({.featuredAvatarDirectory = qpath(dir / "avatars")});
+        ASSERT_TRUE(folderTreeLoaded());
     }
 
     QVFeaturedGrid& grid() { return *controller->window()->featuredGrid; }
-    QWidget* window() { return controller->window(); }
 
-    qv::testkit::TempDir dir;
-    fs::path pack;
-    fs::path databasePath;
+    fs::path pack = dir / "Pack";
     std::int64_t playlist = 0;
-    std::unique_ptr<QVController> controller;
 };
 
 TEST_F(FeaturedGridTest, PinnedFromTheMenusAndOpenedFromTheirCards)
 {
     EXPECT_EQ(grid().shownCount(), 0);
-    std::unique_ptr<QMenu> folderMenu(controller->menus()->folderMenu(qpath(pack / "Snares"), false, window()));
+    std::unique_ptr<QMenu> folderMenu(controller->menus()->folderMenu(qpath(pack / "Snares"), false, &window()));
     trigger(folderMenu.get(), "Add to Featured");
-    std::unique_ptr<QMenu> playlistMenu(controller->menus()->playlistMenu(playlist, window()));
+    std::unique_ptr<QMenu> playlistMenu(controller->menus()->playlistMenu(playlist, &window()));
     trigger(playlistMenu.get(), "Add to Featured");
     trigger(playlistMenu.get(), "Add to Featured"); // already there
 
@@ -121,8 +63,10 @@ TEST_F(FeaturedGridTest, CardMenuRenamesAndRemovesAndADroppedImageBecomesTheAvat
     featured.addFolder(qpath(pack / "Kicks"));
     featured.addFolder(qpath(pack / "Snares"));
 
-    controller->setAlerts(std::make_unique<AnswerWith>(QStringLiteral("Low end")));
-    std::unique_ptr<QMenu> menu(grid().cardMenu(0, window()));
+    auto alerts = std::make_unique<qv::test::ScriptedAlerts>();
+    alerts->texts = {QStringLiteral("Low end")};
+    controller->setAlerts(std::move(alerts));
+    std::unique_ptr<QMenu> menu(grid().cardMenu(0, &window()));
     trigger(menu.get(), "Rename\u2026");
     EXPECT_EQ(grid().card(0)->title(), "Low end");
 
@@ -140,7 +84,7 @@ TEST_F(FeaturedGridTest, CardMenuRenamesAndRemovesAndADroppedImageBecomesTheAvat
     ASSERT_FALSE(avatar.isEmpty());
     EXPECT_EQ(QImage(avatar).size(), QSize(512, 512));
 
-    menu.reset(grid().cardMenu(1, window()));
+    menu.reset(grid().cardMenu(1, &window()));
     trigger(menu.get(), "Remove from Featured");
     ASSERT_EQ(grid().shownCount(), 1);
     EXPECT_EQ(grid().card(0)->title(), "Low end");

@@ -1,70 +1,28 @@
 // The featured sets over real files in a temporary folder: the stored list and its
 // limits, avatars cut from real images, and featured folders following a Full Scan's
 // moves only when their files all went to one place.
-#include "alerts.h"
 #include "featured_items.h"
-#include "temp_dir.h"
+#include "window_test.h"
 
-#include <QCoreApplication>
 #include <QFileInfo>
 #include <QImage>
-#include <QSettings>
-
-#include <deque>
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 namespace {
 
 namespace fs = std::filesystem;
+using qv::test::qpath;
 
-QString qpath(const fs::path& path) { return QString::fromStdString(path.string()); }
-
-// Answers the naming question with the scripted texts; nullopt is "Cancel".
-class NamingAlerts : public QVAlerts {
-public:
-    std::deque<std::optional<QString>> texts;
-    QStringList shownTitles;
-    QString message;
-
-    int ask(const QString&, const QString&, const QStringList&) override { return -1; }
-    std::optional<QString> askText(const QString& asked, const QString&, const QString&, const QString& initial,
-                                   const QStringList&) override
-    {
-        message = asked;
-        shownTitles.append(initial);
-        std::optional<QString> text = texts.front();
-        texts.pop_front();
-        return text;
-    }
-    void inform(const QString&, const QString&) override {}
-};
-
-class FeaturedItemsTest : public ::testing::Test {
+class FeaturedItemsTest : public qv::test::WindowTest {
 protected:
-    void SetUp() override
-    {
-        QCoreApplication::setOrganizationName(QStringLiteral("Ostrelle"));
-        QCoreApplication::setApplicationName(QStringLiteral("Quorvalinder"));
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, qpath(dir / "config"));
-        QSettings().clear();
-    }
-
+    void SetUp() override { ownSettings(); }
     QVFeaturedItems make() { return QVFeaturedItems(qpath(dir / "avatars")); }
-
-    qv::testkit::TempDir dir;
 };
 
 TEST(FeaturedColumns, AbsentOrZeroGivesSixOthersClampToTwoThroughEight)
 {
-    EXPECT_EQ(qv::featuredColumns(0), 6);
-    EXPECT_EQ(qv::featuredColumns(1), 2);
-    EXPECT_EQ(qv::featuredColumns(-4), 2);
-    EXPECT_EQ(qv::featuredColumns(3), 3);
-    EXPECT_EQ(qv::featuredColumns(5), 5);
-    EXPECT_EQ(qv::featuredColumns(7), 7);
-    EXPECT_EQ(qv::featuredColumns(12), 8);
+    for (const auto& [stored, columns] : std::vector<std::pair<int, int>>{{0, 6}, {1, 2}, {-4, 2}, {3, 3}, {7, 7}, {12, 8}}) {
+        EXPECT_EQ(qv::featuredColumns(stored), columns) << stored;
+    }
 }
 
 TEST_F(FeaturedItemsTest, AddsOnceKeepsThirtyTwoAndSurvivesAReload)
@@ -103,7 +61,7 @@ TEST_F(FeaturedItemsTest, RenamingAsksTrimsAndIgnoresBlanksAndCancel)
 {
     QVFeaturedItems items = make();
     items.addFolder(QStringLiteral("/packs/Snares"));
-    NamingAlerts alerts;
+    qv::test::ScriptedAlerts alerts;
     alerts.texts = {QStringLiteral(" \n\t "), std::nullopt, QStringLiteral("  Crisp snares\n")};
 
     EXPECT_FALSE(items.renameAsking(0, alerts));
@@ -111,8 +69,11 @@ TEST_F(FeaturedItemsTest, RenamingAsksTrimsAndIgnoresBlanksAndCancel)
     EXPECT_FALSE(items.renameAsking(3, alerts)); // asks nothing
     EXPECT_EQ(items.entry(0).value("title").toString(), "Snares");
     EXPECT_TRUE(items.renameAsking(0, alerts));
-    EXPECT_EQ(alerts.message, "Name Featured Set");
-    EXPECT_EQ(alerts.shownTitles, QStringList({"Snares", "Snares", "Snares"}));
+    ASSERT_EQ(alerts.asked.size(), 3u);
+    for (const qv::test::Question& question : alerts.asked) {
+        EXPECT_EQ(question.message, "Name Featured Set");
+        EXPECT_EQ(question.initial, "Snares");
+    }
     EXPECT_EQ(make().entry(0).value("title").toString(), "Crisp snares");
 }
 

@@ -11,15 +11,11 @@ using Strings = std::vector<std::string>;
 
 TEST(CompactKey, SpellingsOfOneKeyCollapseAndNoKeyIsEmpty)
 {
-    const struct {
-        const char* key;
-        const char* compact;
-    } cases[] = {
-        {"C# minor", "C#m"}, {"c#m", "C#m"},   {"C#M", "C#m"},  {"a minor", "Am"},   {"F major", "F"},
-        {"Bb", "BB"},        {" g  Minor ", "Gm"}, {"D", "D"},  {"None", ""},        {"unknown", ""},
-        {"UNKNOWN", ""},     {"", ""},
-    };
-    for (const auto& c : cases) EXPECT_EQ(qv::QVCompactKey(c.key), c.compact) << c.key;
+    for (const auto& [key, compact] : std::vector<std::pair<const char*, const char*>>{
+             {"C# minor", "C#m"}, {"C#M", "C#m"}, {"F major", "F"}, {"Bb", "BB"}, {" g  Minor ", "Gm"},
+             {"D", "D"}, {"None", ""}, {"UNKNOWN", ""}}) {
+        EXPECT_EQ(qv::QVCompactKey(key), compact) << key;
+    }
 }
 
 TEST(ChipChoices, OfferValuesOnceWithoutPlaceholdersAndKeysCompacted)
@@ -38,30 +34,6 @@ TEST(ChipChoices, OfferValuesOnceWithoutPlaceholdersAndKeysCompacted)
     EXPECT_EQ(bpm[16], "200");
     EXPECT_EQ(bpm.back(), "Custom\u2026");
     EXPECT_EQ(qv::builtInChoices(qv::kKeyChip).size(), 25u);
-}
-
-TEST(FilterContext, IsThePlaceWithoutTextOrOtherFilters)
-{
-    qv::BrowseState state;
-    state.searchText = "kick";
-    state.instrumentFilter = "Kick";
-    state.bpmFilter = "120";
-    state.keyFilter = "Am";
-    state.selectedGenres = {"trap"};
-    state.favoriteMode = true;
-    state.folderScope = "/music/Drums 100%";
-    state.playlistId = 3;
-    state.sectionType = "Loop";
-    const qv::SearchQuery q = qv::filterContextQuery(state);
-    EXPECT_TRUE(q.text.empty());
-    EXPECT_TRUE(q.instrument.empty());
-    EXPECT_FALSE(q.bpm);
-    EXPECT_TRUE(q.key.empty());
-    EXPECT_TRUE(q.genres.empty());
-    EXPECT_TRUE(q.favoritesOnly);
-    EXPECT_EQ(q.folder, "/music/Drums 100%");
-    EXPECT_EQ(q.playlistId, 3);
-    EXPECT_EQ(q.type, "Loop");
 }
 
 TEST(ChipVisibility, FollowsTheTypeSection)
@@ -86,16 +58,11 @@ TEST(ChipVisibility, FollowsTheTypeSection)
 
 TEST(ChipTitles, NameWhenUnsetValueWithRoomForResetAndGenreCount)
 {
-    EXPECT_EQ(qv::chipTitle("Key", "All"), "Key");
-    EXPECT_EQ(qv::chipTitle("Key", "C#m"), "C#m    ");
-    EXPECT_EQ(qv::genreChipValue({}), "All");
-    EXPECT_EQ(qv::genreChipValue({"trap"}), "trap");
+    // One value or none: the filters' window test reads the chips' titles.
     EXPECT_EQ(qv::genreChipValue({"trap", "house", "soul"}), "trap +2");
-
     qv::BrowseState state;
     state.selectedGenres = {"house", "trap"};
     EXPECT_EQ(qv::chipTitle("Genres", qv::chipValue(state, qv::kGenreChip)), "house +1    ");
-    EXPECT_EQ(qv::chipTitle("BPM", qv::chipValue(state, qv::kBpmChip)), "BPM");
 }
 
 TEST(QuickFilters, PreferredNamesFirstIgnoringCaseThenTheRestOnce)
@@ -107,14 +74,9 @@ TEST(QuickFilters, PreferredNamesFirstIgnoringCaseThenTheRestOnce)
               (Strings{"Piano", "piano", "ep", "guitar", "Bass"}));
     EXPECT_TRUE(qv::quickFilterOrder(QuickFilterRow::Genres, {"Unknown", "None", ""}).empty());
 
-    EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Genres, "rnb"), "R&B");
-    EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Genres, "hip hop"), "Hip Hop");
-    EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Genres, "trap"), "trap");
+    // Genre titles and the selected mark show in the filters' window test.
     EXPECT_EQ(qv::quickFilterTitle(QuickFilterRow::Instruments, "rnb"), "rnb");
-    EXPECT_EQ(qv::quickFilterLabel("Hip Hop", true), "Hip Hop \u00d7");
-    EXPECT_EQ(qv::quickFilterLabel("Hip Hop", false), "Hip Hop");
     EXPECT_EQ(qv::quickFilterWidth(10), 54);
-    EXPECT_EQ(qv::quickFilterWidth(14), 54);
     EXPECT_EQ(qv::quickFilterWidth(15), 55);
 }
 

@@ -58,20 +58,12 @@ protected:
         EXPECT_EQ(shown.first().first().toLongLong(), sample.id);
     }
 
-    // Every visible label's text, one per line.
-    QString shownText() const
+    // The visible labels of one object name, or all that say something, one a line.
+    QString text(const char* objectName = nullptr) const
     {
         QStringList texts;
-        for (const QLabel* label : _inspector.findChildren<QLabel*>()) {
-            if (label->isVisibleTo(&_inspector) && !label->text().isEmpty()) texts << label->text();
-        }
-        return texts.join(QLatin1Char('\n'));
-    }
-    QString text(const char* objectName) const
-    {
-        QStringList texts;
-        for (const QLabel* label : _inspector.findChildren<QLabel*>(QString::fromLatin1(objectName))) {
-            if (label->isVisibleTo(&_inspector)) texts << label->text();
+        for (const QLabel* label : _inspector.findChildren<QLabel*>(objectName ? QString::fromLatin1(objectName) : QString())) {
+            if (label->isVisibleTo(&_inspector) && (objectName || !label->text().isEmpty())) texts << label->text();
         }
         return texts.join(QLatin1Char('\n'));
     }
@@ -92,7 +84,7 @@ TEST_F(InspectorTest, ExplainsAOneShotOnceItsFileIsReadAndForwardsTheTwoActions)
     QSignalSpy shown(&_inspector, &QVInspector::analysisShown);
     ASSERT_TRUE(shown.wait(10000));
     EXPECT_FALSE(_inspector.analysisPending());
-    const QString all = shownText();
+    const QString all = text();
     for (const QString& expected : {
              QStringLiteral("My Samples &nbsp;"), QStringLiteral("Online"), QStringLiteral("0.40 s"),
              QStringLiteral("WAV \u00b7 44.1 kHz \u00b7 Mono"), QStringLiteral("One Shot"), QStringLiteral("inferred"),
@@ -130,7 +122,7 @@ TEST_F(InspectorTest, OverridesShowTheirSourceBesideWhatWasInferred)
     _db.setLibraryDisplayLabel(qv::inspectorRecord(_db, loop.id).user->libraryId, "Main Kit");
     show(stored("Dark Keys"));
 
-    const QString all = shownText();
+    const QString all = text();
     for (const QString& expected : {
              QStringLiteral("Main Kit"), QStringLiteral("48 kHz \u00b7 Stereo"), QStringLiteral("140 BPM"),
              QStringLiteral("from file name: \u201c140bpm\u201d"), QStringLiteral("A minor"),

@@ -1,67 +1,35 @@
 // The quick tour in the real window, offscreen: shown on a first start and not on the
 // next, its keys kept from the shortcut monitor, closed by Esc and by a click outside its
 // bubble, and opened again from "Help".
-#include "main_window.h"
 #include "playback.h"
 #include "quick_tour.h"
-#include "qv_controller.h"
 #include "results_view.h"
-#include "sound_files.h"
-#include "temp_dir.h"
-
-#include "db/database.h"
-#include "scan/library_scanner.h"
+#include "window_test.h"
 
 #include <QApplication>
-#include <QMenu>
-#include <QMenuBar>
-#include <QSettings>
-#include <QTest>
-
-#include <sndfile.h>
-
-#include <gtest/gtest.h>
 
 namespace {
 
-namespace fs = std::filesystem;
-
-class QuickTourTest : public ::testing::Test {
+class QuickTourTest : public qv::test::WindowTest {
 protected:
     void SetUp() override
     {
-        QCoreApplication::setOrganizationName(QStringLiteral("Ostrelle"));
-        QCoreApplication::setApplicationName(QStringLiteral("Quorvalinder"));
         QSettings settings;
         settings.remove(QLatin1String(qv::kQuickTourShownKey));
         for (const char* id : {"play", "nextSample", "previousSample"}) settings.remove(QStringLiteral("QVShortcut.") + id);
-        databasePath = dir / "index" / "quorvalinder.db";
     }
 
     void addLibrary()
     {
-        const fs::path library = dir / "Tour's 100% Größe";
-        fs::create_directories(library);
-        for (const char* name : {"Kick 1.wav", "Kick 2.wav"}) qv::test::writeTone(library / name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1.0, 8000, 1);
-        qv::Database db(databasePath);
-        qv::LibraryScanner(db).scan(library, {}, false);
+        const std::filesystem::path library = dir / "Tour's 100% Größe";
+        writeTones(library, {"Kick 1.wav", "Kick 2.wav"}, 1.0);
+        scan(library);
     }
 
-    void launch()
-    {
-        controller.reset();
-        controller = std::make_unique<QVController>(QVController::Options{
-            .databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false, .showQuickTour = true});
-        controller->applicationDidFinishLaunching();
-    }
-
+    void launch() { WindowTest::launch({.showQuickTour = true}); }
     bool tourRunning() const { return controller->quickTour() && controller->quickTour()->running(); }
     // As a person types: to whatever has the focus, past the shortcut monitor.
     void press(Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); }
-
-    qv::testkit::TempDir dir;
-    fs::path databasePath;
-    std::unique_ptr<QVController> controller;
 };
 
 TEST_F(QuickTourTest, AFirstStartShowsItOnceAndHelpOpensItAgain)
@@ -70,15 +38,14 @@ TEST_F(QuickTourTest, AFirstStartShowsItOnceAndHelpOpensItAgain)
     launch();
     ASSERT_TRUE(QTest::qWaitFor([this] { return tourRunning(); }, 5000));
     QVQuickTour& tour = *controller->quickTour();
-    QVMainWindow& window = *controller->window();
     EXPECT_EQ(tour.stepCount(), 4);
     EXPECT_EQ(tour.currentTarget(), qv::TourTarget::AddFolderButton);
-    EXPECT_TRUE(window.rect().contains(tour.bubbleGeometry()));
+    EXPECT_TRUE(window().rect().contains(tour.bubbleGeometry()));
     EXPECT_TRUE(QSettings().value(QLatin1String(qv::kQuickTourShownKey)).toBool());
 
     // Its keys are its own: Space plays nothing, the arrows move the tour, Esc closes it
     // and leaves the selection alone.
-    window.table->selectOnly(1);
+    window().table->selectOnly(1);
     press(Qt::Key_Space);
     press(Qt::Key_Right);
     press(Qt::Key_Right);
@@ -88,8 +55,8 @@ TEST_F(QuickTourTest, AFirstStartShowsItOnceAndHelpOpensItAgain)
     EXPECT_EQ(tour.stepTitle(), QStringLiteral("Search as you type"));
     press(Qt::Key_Escape);
     EXPECT_FALSE(tour.running());
-    EXPECT_EQ(window.table->selectedRows(), std::vector<int>{1});
-    EXPECT_EQ(QApplication::focusWidget(), window.table) << "the focus goes back where it was";
+    EXPECT_EQ(window().table->selectedRows(), std::vector<int>{1});
+    EXPECT_EQ(QApplication::focusWidget(), window().table) << "the focus goes back where it was";
 
     // The second start stays quiet.
     launch();
@@ -98,10 +65,7 @@ TEST_F(QuickTourTest, AFirstStartShowsItOnceAndHelpOpensItAgain)
     EXPECT_FALSE(tourRunning());
 
     // "Help" opens it before "Customize Shortcuts…"; a click outside the bubble closes it.
-    QMenu* help = nullptr;
-    for (QAction* menu : controller->window()->menuBar()->actions()) {
-        if (menu->text() == QLatin1String("Help")) help = menu->menu();
-    }
+    QMenu* help = qv::test::menuNamed(window().menuBar(), "Help");
     ASSERT_NE(help, nullptr);
     ASSERT_GE(help->actions().size(), 2);
     EXPECT_EQ(help->actions()[0]->text(), "Quick Tour");

