@@ -136,7 +136,9 @@ TEST(BreadcrumbHistory, KeepsTheNewestTwentyAndSnapshotsRestoreTheirPlace)
         EXPECT_EQ(restored.playlistId, place.playlistId);
         EXPECT_EQ(restored.favoriteMode, place.favoriteMode);
         EXPECT_EQ(restored.libraryMode, place.libraryMode);
-        if (!place.sectionType.empty()) EXPECT_EQ(buttons.activeType, qv::tagForSectionType(place.sectionType));
+        if (!place.sectionType.empty()) {
+            EXPECT_EQ(buttons.activeType, qv::tagForSectionType(place.sectionType));
+        }
     }
 }
 
