@@ -48,6 +48,8 @@ QToolButton#quickToggle:checked { background: %4; border: 1px solid %4; }
 QToolButton#chipReset { padding: 0; border: none; border-radius: 8px; background: rgba(255, 255, 255, 46); color: white; font-size: 12px; font-weight: 700; }
 QToolButton#chipReset:hover { background: rgba(255, 255, 255, 90); }
 QScrollArea#quickScroll, QWidget#quickContent { background: transparent; border: none; }
+QProgressBar#libraryScanProgress { background: %1; border: 1px solid %3; border-radius: 5px; }
+QProgressBar#libraryScanProgress::chunk { background: %4; border-radius: 4px; }
 QScrollArea#quickScroll QScrollBar:horizontal { height: 5px; background: transparent; }
 QScrollArea#quickScroll QScrollBar::handle:horizontal { background: %3; border-radius: 2px; min-width: 30px; }
 QScrollArea#quickScroll QScrollBar::add-line:horizontal, QScrollArea#quickScroll QScrollBar::sub-line:horizontal { width: 0; }
