@@ -261,7 +261,12 @@ shot 24-scan-in-progress
 quit_app
 
 # 6. HiDPI: the same window at twice the scale, on a screen twice as large.
+old_display=${DISPLAY#:}
 kill "$qv_xvfb_pid" && wait "$qv_xvfb_pid" 2>/dev/null || true
+for _ in $(seq 50); do # its socket and lock go with it; a new server may then take the number
+  [[ -e /tmp/.X11-unix/X$old_display || -e /tmp/.X$old_display-lock ]] || break
+  sleep 0.1
+done
 qv_start_xvfb 2732x1536x24
 export QT_SCALE_FACTOR=2
 # Opened at the small folder: the large library's start-up check goes on in the status line.

@@ -45,10 +45,16 @@ qv_start_xvfb() {
     qv_xvfb_pid=$!
     export DISPLAY=":$display"
     for _ in $(seq 50); do
-      xdotool getmouselocation >/dev/null 2>&1 && return 0
+      # A server still going away on this display can answer first: the answer counts
+      # only if ours is alive a moment later and answers too.
+      if xdotool getmouselocation >/dev/null 2>&1; then
+        sleep 0.3
+        kill -0 "$qv_xvfb_pid" 2>/dev/null && xdotool getmouselocation >/dev/null 2>&1 && return 0
+      fi
       kill -0 "$qv_xvfb_pid" 2>/dev/null || break
       sleep 0.1
     done
+    kill "$qv_xvfb_pid" 2>/dev/null || true
   done
   echo "session: could not start Xvfb" >&2
   return 1
