@@ -14,7 +14,9 @@
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QMenu>
+#include <QHelpEvent>
 #include <QPainter>
+#include <QToolTip>
 #include <QPainterPath>
 #include <QScreen>
 #include <QScrollArea>
@@ -469,7 +471,20 @@ void QVStatusLabel::paintEvent(QPaintEvent*)
     painter.setPen(palette().color(foregroundRole()));
     const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
     painter.drawText(contentsRect(), static_cast<int>(alignment()), shown);
-    setToolTip(shown == text() ? QString() : text());
+}
+
+bool QVStatusLabel::event(QEvent* event)
+{
+    // The whole text as a tooltip, only while it is cut.
+    if (event->type() == QEvent::ToolTip) {
+        if (fontMetrics().horizontalAdvance(text()) > contentsRect().width()) {
+            QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), text(), this);
+        } else {
+            QToolTip::hideText();
+        }
+        return true;
+    }
+    return QLabel::event(event);
 }
 
 QVFilterBar::QVFilterBar(const qv::WindowTheme& theme, QWidget* parent)

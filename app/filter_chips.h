@@ -152,6 +152,7 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    bool event(QEvent* event) override;
 };
 
 // The row above the results: the chips, "Clear Filters", the quick-filter toggle and the

@@ -8,6 +8,7 @@
 #include "waveform_view.h"
 
 #include <QDir>
+#include <QFontMetrics>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
@@ -16,6 +17,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <functional>
 
 namespace {
 
@@ -123,6 +125,26 @@ QString link(const QString& field, const QString& value, const QString& shown, c
         .arg(field, QString::fromLatin1(QUrl::toPercentEncoding(value)), colour, shown.toHtmlEscaped());
 }
 
+// The metadata line: it refits its parts whenever the layout gives it a new width.
+class MetadataLabel : public QLabel {
+public:
+    MetadataLabel(QWidget* parent, std::function<void()> resized)
+        : QLabel(parent)
+        , _resized(std::move(resized))
+    {
+    }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override
+    {
+        QLabel::resizeEvent(event);
+        _resized();
+    }
+
+private:
+    std::function<void()> _resized;
+};
+
 } // namespace
 
 QVResultRow::QVResultRow(qv::WaveformQueue& queue, QWidget* parent)
@@ -130,7 +152,7 @@ QVResultRow::QVResultRow(qv::WaveformQueue& queue, QWidget* parent)
     , _play(new GlyphButton(true, this))
     , _name(new ElidedLabel(this))
     , _detail(new ElidedLabel(this))
-    , _metadata(new QLabel(this))
+    , _metadata(new MetadataLabel(this, [this] { fitMetadata(); }))
     , _heart(new GlyphButton(false, this))
     , _waveform(new QVWaveformView(this, &queue))
 {
@@ -203,7 +225,8 @@ void QVResultRow::configure(const qv::Sample& sample, int row)
     const QString path = QString::fromStdString(sample.path);
     static_cast<ElidedLabel*>(_name)->setFullText(QString::fromStdString(sample.filename));
     _name->setToolTip(path);
-    _metadata->setText(metadataHtml(sample, mutedColour(palette())));
+    _metadataParts = metadataParts(sample);
+    fitMetadata();
 
     _heart->setText(sample.favorite ? QStringLiteral("\u2665") : QStringLiteral("\u2661"));
     _heart->setToolTip(sample.favorite ? tr("Remove from favourites") : tr("Add to favourites"));
@@ -238,6 +261,13 @@ void QVResultRow::configureLibrary(const qv::Library& library, bool available, i
         line += kSeparator + QStringLiteral("<span style=\"color:%1\">%2</span>").arg(kOfflineColour.name(), tr("Offline"));
     }
     _metadata->setText(QStringLiteral("<span style=\"color:%1\">%2</span>").arg(mutedColour(palette()).name(), line));
+}
+
+void QVResultRow::fitMetadata()
+{
+    if (_libraryRow) return;
+    const QString html = metadataHtml(_metadataParts, mutedColour(palette()), _metadata->fontMetrics(), _metadata->width());
+    if (html != _metadata->text()) _metadata->setText(html);
 }
 
 void QVResultRow::setLibraryMode(bool library)
@@ -276,33 +306,58 @@ void QVResultRow::setPlaying(bool playing)
     static_cast<GlyphButton*>(_play)->setActive(playing);
 }
 
-QString QVResultRow::metadataHtml(const qv::Sample& sample, const QColor& linkColour)
+std::vector<QVResultRow::MetadataPart> QVResultRow::metadataParts(const qv::Sample& sample)
 {
-    const QString colour = linkColour.name();
-    QStringList parts;
+    std::vector<MetadataPart> parts;
     const QString type = QString::fromStdString(qv::toString(sample.type));
-    parts << link(QStringLiteral("type"), type, type, colour);
+    parts.push_back({QStringLiteral("type"), type, type});
     if (!sample.instrument.empty()) {
         const QString instrument = QString::fromStdString(sample.instrument);
-        parts << link(QStringLiteral("instrument"), instrument, instrument, colour);
+        parts.push_back({QStringLiteral("instrument"), instrument, instrument});
     }
     if (!sample.genre.empty()) {
         const QString genre = QString::fromStdString(sample.genre);
-        parts << link(QStringLiteral("genre"), genre, genre, colour);
+        parts.push_back({QStringLiteral("genre"), genre, genre});
     }
     if (!sample.musicalKey.empty() && sample.musicalKey != "None") {
-        parts << link(QStringLiteral("key"), QString::fromStdString(sample.musicalKey),
-                      QString::fromStdString(qv::displayKey(sample.musicalKey)), colour);
+        parts.push_back({QStringLiteral("key"), QString::fromStdString(sample.musicalKey),
+                         QString::fromStdString(qv::displayKey(sample.musicalKey))});
     }
     if (sample.bpm) {
         const QString bpm = QString::number(*sample.bpm);
-        parts << link(QStringLiteral("bpm"), bpm, QStringLiteral("%1 BPM").arg(bpm), colour);
+        parts.push_back({QStringLiteral("bpm"), bpm, QStringLiteral("%1 BPM").arg(bpm)});
     }
     if (sample.duration) {
-        parts << link(QStringLiteral("duration"), QString::number(*sample.duration, 'g', 10),
-                      QString::fromStdString(qv::lengthText(*sample.duration)), colour);
+        parts.push_back({QStringLiteral("duration"), QString::number(*sample.duration, 'g', 10),
+                         QString::fromStdString(qv::lengthText(*sample.duration))});
     }
-    return QStringLiteral("<span style=\"color:%1\">%2</span>").arg(colour, parts.join(kSeparator));
+    return parts;
+}
+
+QString QVResultRow::metadataHtml(const std::vector<MetadataPart>& parts, const QColor& linkColour,
+                                  const QFontMetrics& metrics, int width)
+{
+    const QString colour = linkColour.name();
+    const QString ellipsis = QStringLiteral("\u2026");
+    // Whole parts only, each still a link; what does not fit is marked, not cut mid-word.
+    std::size_t shown = parts.size();
+    if (width >= 0) {
+        auto widthOf = [&](std::size_t count, bool elided) {
+            QStringList texts;
+            for (std::size_t i = 0; i < count; ++i) texts << parts[i].shown;
+            if (elided) texts << ellipsis;
+            return metrics.horizontalAdvance(texts.join(kSeparator));
+        };
+        if (widthOf(shown, false) > width) {
+            do {
+                --shown;
+            } while (shown > 0 && widthOf(shown, true) > width);
+        }
+    }
+    QStringList links;
+    for (std::size_t i = 0; i < shown; ++i) links << link(parts[i].field, parts[i].value, parts[i].shown, colour);
+    if (shown < parts.size()) links << ellipsis;
+    return QStringLiteral("<span style=\"color:%1\">%2</span>").arg(colour, links.join(kSeparator));
 }
 
 std::pair<QString, QString> QVResultRow::parseMetadataLink(const QString& href)

@@ -17,7 +17,9 @@
 #include <QWidget>
 
 #include <utility>
+#include <vector>
 
+class QFontMetrics;
 class QLabel;
 class QToolButton;
 class QVWaveformView;
@@ -49,8 +51,17 @@ public:
     QString fileName() const;
     QLabel* metadataLabel() const { return _metadata; }
 
-    // The rich text of a sample's metadata line, links in `linkColour`.
-    static QString metadataHtml(const qv::Sample& sample, const QColor& linkColour);
+    // One linked value of a sample's metadata line: its field, value and the text shown.
+    struct MetadataPart {
+        QString field;
+        QString value;
+        QString shown;
+    };
+    static std::vector<MetadataPart> metadataParts(const qv::Sample& sample);
+    // The metadata line's rich text, links in `linkColour`: as many whole parts as fit
+    // `width` (all when it is negative), then "…" when some were left out.
+    static QString metadataHtml(const std::vector<MetadataPart>& parts, const QColor& linkColour,
+                                const QFontMetrics& metrics, int width = -1);
     // (field, value) of a metadata href; an empty field when it is not one of ours.
     static std::pair<QString, QString> parseMetadataLink(const QString& href);
 
@@ -68,11 +79,13 @@ protected:
 
 private:
     void setLibraryMode(bool library);
+    void fitMetadata();
 
     QToolButton* _play;
     QLabel* _name;
     QLabel* _detail;   // a library's path
     QLabel* _metadata;
+    std::vector<MetadataPart> _metadataParts;
     QToolButton* _heart;
     QVWaveformView* _waveform;
     int _row = -1;

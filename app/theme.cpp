@@ -3,9 +3,11 @@
 #include "startup_logic.h"
 
 #include <QApplication>
+#include <QMenu>
 #include <QPalette>
 #include <QProxyStyle>
 #include <QStyleFactory>
+#include <QStyleOption>
 
 namespace qv {
 
@@ -24,6 +26,15 @@ public:
     {
         if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
         return QProxyStyle::styleHint(hint, option, widget, data);
+    }
+
+    // A menu's unchecked choices carry no box: on the dark panel it reads as a dark
+    // square beside the text. The tick alone marks the current choice.
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override
+    {
+        if (element == PE_IndicatorCheckBox && qobject_cast<const QMenu*>(widget) && !(option->state & State_On)) return;
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
     }
 };
 

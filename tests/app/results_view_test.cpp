@@ -11,6 +11,8 @@
 #include "waveform_view.h"
 
 #include <QApplication>
+#include <QFont>
+#include <QFontMetrics>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMimeData>
@@ -137,6 +139,8 @@ TEST_F(ResultsViewTest, MetadataLinksShowTheFieldsAndReportRawValues)
     full.bpm = 174;
     full.duration = 2.5;
     _view.setSampleRows({sample("bare.wav", qv::SampleType::OneShot), full});
+    _view.show(); // laid out: the line is fitted to the row's width
+    QApplication::processEvents();
 
     struct Expected {
         int row;
@@ -168,6 +172,23 @@ TEST_F(ResultsViewTest, MetadataLinksShowTheFieldsAndReportRawValues)
         }
     }
     EXPECT_EQ(QVResultRow::parseMetadataLink(QStringLiteral("https://example.com")).first, QString());
+
+    // Narrowed, whole parts give way to "…"; the ones left stay links.
+    const QFontMetrics metrics{QFont{}};
+    const auto parts = QVResultRow::metadataParts(full);
+    const QString all = cases[1].shown;
+    const std::vector<std::pair<int, QString>> fits{
+        {metrics.horizontalAdvance(all), all},
+        {metrics.horizontalAdvance(QStringLiteral("Loop · Kick · Drum")), QStringLiteral("Loop · Kick · …")},
+        {metrics.horizontalAdvance(QStringLiteral("Lo")), QStringLiteral("…")},
+    };
+    for (const auto& [width, shown] : fits) {
+        const QString html = QVResultRow::metadataHtml(parts, Qt::gray, metrics, width);
+        QTextDocument document;
+        document.setHtml(html);
+        EXPECT_EQ(document.toPlainText(), shown) << width;
+        EXPECT_EQ(html.count(QStringLiteral("href=")), shown.count(QStringLiteral(" · ")) + (shown.endsWith(QStringLiteral("…")) ? 0 : 1));
+    }
 }
 
 TEST_F(ResultsViewTest, ThePlayingMarkerMovesAndFollowsItsSample)
