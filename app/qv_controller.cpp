@@ -282,7 +282,9 @@ void QVController::wireRooms()
     connect(_scans, &QVScanCoordinator::startupProgress, w.filterBar->libraryScanProgress, [&w](int done, int total) {
         QProgressBar* bar = w.filterBar->libraryScanProgress;
         bar->setVisible(total > 0);
-        bar->setRange(0, std::max(total, 1));
+        // Until a library is done there is no step to show: a busy bar rather than one
+        // sitting empty.
+        bar->setRange(0, total > 1 && done > 0 ? total : 0);
         bar->setValue(done);
     });
     for (auto changed : {&QVScanCoordinator::scanFinished, &QVScanCoordinator::libraryRemoved}) {
