@@ -338,7 +338,7 @@ TEST_F(ControllerTest, TheStartupCheckRunsAfterLaunchAndAnOldIndexIsAnalysedAgai
     QProgressBar* bar = window().filterBar->libraryScanProgress;
     EXPECT_EQ(state().rows.size(), 50u) << "the first page does not wait for the check";
     ASSERT_TRUE(waitFor([&] { return bar->isVisibleTo(&window()); }, 2000));
-    EXPECT_EQ(bar->maximum(), 2);
+    EXPECT_EQ(bar->maximum(), 0) << "busy until the first library is done";
     const auto saidSoFar = [&] {
         QStringList texts;
         for (const QList<QVariant>& args : said) texts << args.at(0).toString();
