@@ -79,7 +79,7 @@ private:
     void syncButtons();
     void setTitle(const QString& title);
     QString buttonTitle(int tag) const;
-    std::vector<const qv::FolderNode*> scopeChain() const;
+    std::vector<qv::FolderTree::Node> scopeChain() const;
 
     qv::Database& _database;
     qv::BrowseState& _state;

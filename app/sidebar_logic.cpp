@@ -25,19 +25,41 @@ void leavePlace(BrowseState& state)
     state.page = 0;
 }
 
-bool collectChain(const FolderNode& node, const std::string& target, std::vector<const FolderNode*>& chain)
+// `path` is the node's own, `normal` its standardizedPath.
+bool collectChain(const FolderTree& tree, FolderTree::Node node, const std::string& path, const std::string& normal,
+                  const std::string& target, std::vector<FolderTree::Node>& chain)
 {
-    chain.push_back(&node);
-    if (!node.path.empty() && standardizedPath(node.path.string()) == target) return true;
-    for (const FolderNode& child : node.children) {
+    chain.push_back(node);
+    if (!path.empty() && normal == target) return true;
+    for (const FolderTree::Node child : tree.children(node)) {
+        const std::string_view name = tree.name(child);
+        std::string childPath = path;
+        if (!childPath.empty() && childPath.back() != '/') childPath += '/';
+        childPath += name;
+        // A plain name only extends its parent's normal form; normalising every child of
+        // a wide folder would cost more than the rest of the walk.
+        std::string childNormal;
+        if (name != "." && name != ".." && !name.empty() && !normal.empty() && normal != ".") {
+            childNormal = normal;
+            if (childNormal.back() != '/') childNormal += '/';
+            childNormal += name;
+        } else {
+            childNormal = standardizedPath(childPath);
+        }
         // Only a folder that is a prefix of the target can lead to it.
-        const std::string childPath = standardizedPath(child.path.string());
-        if (target.compare(0, childPath.size(), childPath) != 0) continue;
-        if (target.size() != childPath.size() && target[childPath.size()] != '/' && childPath != "/") continue;
-        if (collectChain(child, target, chain)) return true;
+        if (target.compare(0, childNormal.size(), childNormal) != 0) continue;
+        if (target.size() != childNormal.size() && target[childNormal.size()] != '/' && childNormal != "/") continue;
+        if (collectChain(tree, child, childPath, childNormal, target, chain)) return true;
     }
     chain.pop_back();
     return false;
+}
+
+bool collectChain(const FolderTree& tree, FolderTree::Node top, const std::string& target,
+                  std::vector<FolderTree::Node>& chain)
+{
+    const std::string path = tree.path(top);
+    return collectChain(tree, top, path, standardizedPath(path), target, chain);
 }
 
 std::optional<std::int64_t> parseId(const std::string& text)
@@ -115,24 +137,24 @@ std::string standardizedPath(const std::string& path)
     return normal;
 }
 
-std::vector<const FolderNode*> findFolderChain(const FolderNode& root, const std::string& path)
+std::vector<FolderTree::Node> findFolderChain(const FolderTree& tree, const std::string& path)
 {
-    std::vector<const FolderNode*> chain;
+    std::vector<FolderTree::Node> chain;
     const std::string target = standardizedPath(path);
     if (target.empty()) return chain;
-    // The synthetic root of several libraries (no name) is not shown, so not in a chain.
-    if (root.name.empty()) {
-        for (const FolderNode& library : root.children) {
-            if (collectChain(library, target, chain)) return chain;
+    // The synthetic root of several libraries is not shown, so not in a chain.
+    if (!tree.isLibrary(tree.root())) {
+        for (const FolderTree::Node library : tree.children(tree.root())) {
+            if (collectChain(tree, library, target, chain)) return chain;
         }
         return {};
     }
-    collectChain(root, target, chain);
+    collectChain(tree, tree.root(), target, chain);
     return chain;
 }
 
 std::vector<BreadcrumbEntry> breadcrumbEntries(const BrowseState& state, const std::vector<Playlist>& playlists,
-                                               const std::vector<const FolderNode*>& chain)
+                                               const FolderTree& tree, const std::vector<FolderTree::Node>& chain)
 {
     std::vector<BreadcrumbEntry> entries;
     if (state.playlistId) {
@@ -150,7 +172,7 @@ std::vector<BreadcrumbEntry> breadcrumbEntries(const BrowseState& state, const s
         entries.push_back({"Folders", "all", {}});
         const std::size_t first = chain.size() > kBreadcrumbFolderLimit ? chain.size() - kBreadcrumbFolderLimit : 0;
         for (std::size_t i = first; i < chain.size(); ++i) {
-            entries.push_back({chain[i]->name, "folder", standardizedPath(chain[i]->path.string())});
+            entries.push_back({std::string(tree.name(chain[i])), "folder", standardizedPath(tree.path(chain[i]))});
         }
     }
     if (!state.sectionType.empty()) entries.push_back({state.sectionType, "section", {}});

@@ -56,7 +56,7 @@ void selectPlaylistPlace(BrowseState& state, SidebarButtons& buttons, std::int64
 std::string standardizedPath(const std::string& path);
 // The nodes from the tree's top item down to the folder with that path; empty when the
 // tree does not hold it. The synthetic root of several libraries is not part of a chain.
-std::vector<const FolderNode*> findFolderChain(const FolderNode& root, const std::string& path);
+std::vector<FolderTree::Node> findFolderChain(const FolderTree& tree, const std::string& path);
 
 struct BreadcrumbEntry {
     std::string title;
@@ -65,9 +65,9 @@ struct BreadcrumbEntry {
     bool operator==(const BreadcrumbEntry&) const = default;
 };
 
-// `chain` is findFolderChain for the folder scope (only the last three are shown).
+// `chain` is findFolderChain for the folder scope in `tree` (only the last three are shown).
 std::vector<BreadcrumbEntry> breadcrumbEntries(const BrowseState& state, const std::vector<Playlist>& playlists,
-                                               const std::vector<const FolderNode*>& chain);
+                                               const FolderTree& tree, const std::vector<FolderTree::Node>& chain);
 
 struct BreadcrumbSnapshot {
     std::string kind; // "playlist", "favorites", "libraries", "folder" or "all"

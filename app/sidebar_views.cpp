@@ -27,9 +27,9 @@ QString qs(const std::string& text)
     return QString::fromStdString(text);
 }
 
-const qv::FolderNode* nodeOf(const QTreeWidgetItem* item)
+qv::FolderTree::Node nodeOf(const QTreeWidgetItem* item)
 {
-    return reinterpret_cast<const qv::FolderNode*>(item->data(0, kNodeRole).value<quintptr>());
+    return item->data(0, kNodeRole).value<quint32>();
 }
 
 std::vector<std::int64_t> droppedIds(const QMimeData* mime)
@@ -79,18 +79,20 @@ QVFolderTreeView::QVFolderTreeView(QColor iconTint, QWidget* parent)
     });
 }
 
-QTreeWidgetItem* QVFolderTreeView::makeItem(const qv::FolderNode& node, bool libraryRoot)
+QTreeWidgetItem* QVFolderTreeView::makeItem(qv::FolderTree::Node node, bool libraryRoot)
 {
-    auto* item = new QTreeWidgetItem({qs(node.name)});
+    const std::string_view name = _tree.name(node);
+    auto* item = new QTreeWidgetItem({QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()))});
+    const QString path = qs(_tree.path(node));
     item->setIcon(0, _folderIcon);
-    item->setData(0, kPathRole, qs(node.path.string()));
-    item->setData(0, kNodeRole, QVariant::fromValue(reinterpret_cast<quintptr>(&node)));
+    item->setData(0, kPathRole, path);
+    item->setData(0, kNodeRole, QVariant::fromValue<quint32>(node));
     item->setData(0, kLibraryRootRole, libraryRoot);
-    item->setToolTip(0, qs(node.path.string()));
+    item->setToolTip(0, path);
     item->setSizeHint(0, QSize(170, 22));
-    item->setChildIndicatorPolicy(node.children.empty() ? QTreeWidgetItem::DontShowIndicator
-                                                        : QTreeWidgetItem::ShowIndicator);
-    if (node.path.empty()) item->setFlags(item->flags() & ~Qt::ItemIsSelectable); // the "SAMPLE" placeholder
+    item->setChildIndicatorPolicy(_tree.hasChildren(node) ? QTreeWidgetItem::ShowIndicator
+                                                          : QTreeWidgetItem::DontShowIndicator);
+    if (path.isEmpty()) item->setFlags(item->flags() & ~Qt::ItemIsSelectable); // the "SAMPLE" placeholder
     return item;
 }
 
@@ -99,27 +101,28 @@ void QVFolderTreeView::populate(QTreeWidgetItem* item)
     if (item->data(0, kPopulatedRole).toBool()) return;
     item->setData(0, kPopulatedRole, true);
     QList<QTreeWidgetItem*> children;
-    for (const qv::FolderNode& child : nodeOf(item)->children) children.append(makeItem(child, false));
+    for (const qv::FolderTree::Node child : _tree.children(nodeOf(item))) children.append(makeItem(child, false));
     item->addChildren(children);
 }
 
-void QVFolderTreeView::setTree(qv::FolderNode root)
+void QVFolderTreeView::setTree(qv::FolderTree tree)
 {
     const QSignalBlocker quiet(this);
     clear();
-    _root = std::move(root);
-    // A named root (one library, or the placeholder) is shown itself; an unnamed one
-    // stands for several libraries and shows them.
+    _tree = std::move(tree);
+    // A library at the root, or the placeholder, is shown itself; an unnamed root stands
+    // for several libraries and shows them.
     QList<QTreeWidgetItem*> top;
-    if (!_root.name.empty()) {
-        top.append(makeItem(_root, !_root.path.empty()));
+    const qv::FolderTree::Node root = _tree.root();
+    if (_tree.isLibrary(root) || !_tree.hasChildren(root)) {
+        top.append(makeItem(root, _tree.isLibrary(root)));
     } else {
-        for (const qv::FolderNode& library : _root.children) top.append(makeItem(library, true));
+        for (const qv::FolderTree::Node library : _tree.children(root)) top.append(makeItem(library, true));
     }
     addTopLevelItems(top);
 }
 
-QTreeWidgetItem* QVFolderTreeView::revealChain(const std::vector<const qv::FolderNode*>& chain)
+QTreeWidgetItem* QVFolderTreeView::revealChain(const std::vector<qv::FolderTree::Node>& chain)
 {
     QTreeWidgetItem* item = nullptr;
     for (std::size_t depth = 0; depth < chain.size(); ++depth) {

@@ -24,10 +24,10 @@ public:
     void setIconTint(const QColor& tint); // the items made so far too
 
     // Replaces the tree; everything starts collapsed.
-    void setTree(qv::FolderNode root);
-    const qv::FolderNode& tree() const { return _root; }
+    void setTree(qv::FolderTree tree);
+    const qv::FolderTree& tree() const { return _tree; }
     // Expands every item of the chain but the last and returns the last one's item.
-    QTreeWidgetItem* revealChain(const std::vector<const qv::FolderNode*>& chain);
+    QTreeWidgetItem* revealChain(const std::vector<qv::FolderTree::Node>& chain);
     static QString pathOf(const QTreeWidgetItem* item);
     static bool isLibraryRoot(const QTreeWidgetItem* item);
 
@@ -36,10 +36,10 @@ signals:
     void folderMenuRequested(const QString& path, bool libraryRoot, const QPoint& globalPosition);
 
 private:
-    QTreeWidgetItem* makeItem(const qv::FolderNode& node, bool libraryRoot);
+    QTreeWidgetItem* makeItem(qv::FolderTree::Node node, bool libraryRoot);
     void populate(QTreeWidgetItem* item);
 
-    qv::FolderNode _root;
+    qv::FolderTree _tree;
     QIcon _folderIcon;
 };
 

@@ -181,17 +181,15 @@ std::string scalarText(sqlite3* raw, const char* sql)
     return text;
 }
 
-bool sameTree(const qv::FolderNode& a, const qv::FolderNode& b)
+bool sameTree(const qv::FolderTree& a, const qv::FolderTree& b)
 {
-    return a.name == b.name && a.path == b.path
-        && std::equal(a.children.begin(), a.children.end(), b.children.begin(), b.children.end(), sameTree);
-}
-
-std::size_t nodesOf(const qv::FolderNode& node)
-{
-    std::size_t count = 1;
-    for (const auto& child : node.children) count += nodesOf(child);
-    return count;
+    if (a.size() != b.size()) return false;
+    for (qv::FolderTree::Node node = 0; node < a.size(); ++node) {
+        if (a.name(node) != b.name(node) || a.path(node) != b.path(node) || a.hasChildren(node) != b.hasChildren(node)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void dropFileCache()
@@ -209,21 +207,21 @@ void dropFileCache()
 // file does.
 void folderTree(const Options& options, qv::Database& db)
 {
-    using Build = qv::FolderNode (*)(qv::Database&);
+    using Build = qv::FolderTree (*)(qv::Database&);
     const Build fromPaths = [](qv::Database& d) { return qv::buildFolderTree(d.indexedPaths()); };
     const Build fromFolders = [](qv::Database& d) { return qv::buildFolderTree(d.indexedFolders()); };
     qv::DatabaseTestAccess::exec(db, "PRAGMA wal_checkpoint(TRUNCATE)");
 
-    qv::FolderNode kept;
+    qv::FolderTree kept;
     const auto release = [&] { kept = {}; };
     const Stats folders = measure(options.reps, [&] { kept = fromFolders(db); }, release);
     std::vector<qv::IndexedFolder> rows;
     const Stats listing = measure(options.reps, [&] { rows = db.indexedFolders(); }, [&] { rows = {}; });
     const Stats building = measure(options.reps, [&] { kept = qv::buildFolderTree(rows); }, release);
-    const qv::FolderNode tree = fromPaths(db);
+    const qv::FolderTree tree = fromPaths(db);
     if (!sameTree(tree, kept)) throw std::runtime_error("the folder trees differ");
     const Stats paths = measure(options.reps, [&] { kept = fromPaths(db); }, release);
-    std::printf("\nsidebar folder tree: %zu nodes from %zu folders of %zu samples\n", nodesOf(tree), rows.size(),
+    std::printf("\nsidebar folder tree: %zu nodes from %zu folders of %zu samples\n", tree.size(), rows.size(),
                 db.indexedPaths().size());
     std::printf("%-34s %9s %9s\n", "warm, ms", "p50", "p95");
     std::printf("%-34s %9.1f %9.1f\n", "indexedPaths + buildFolderTree", paths.p50, paths.p95);

@@ -109,39 +109,39 @@ void removeFromPlaylist(CliContext& context, const PlaylistOptions& options)
     printPlaylist(context, findPlaylist(db, playlist.id), "Updated");
 }
 
-nlohmann::ordered_json toJson(const FolderNode& node)
+nlohmann::ordered_json toJson(const FolderTree& tree, FolderTree::Node node)
 {
     nlohmann::ordered_json j;
-    putText(j, "name", node.name);
-    putText(j, "path", node.path.string());
+    putText(j, "name", std::string(tree.name(node)));
+    putText(j, "path", tree.path(node));
     auto children = nlohmann::ordered_json::array();
-    for (const auto& child : node.children) children.push_back(toJson(child));
+    for (const auto child : tree.children(node)) children.push_back(toJson(tree, child));
     j["children"] = std::move(children);
     return j;
 }
 
-void printNode(std::ostream& out, const FolderNode& node, std::size_t depth)
+void printNode(std::ostream& out, const FolderTree& tree, FolderTree::Node node, std::size_t depth)
 {
-    out << std::string(depth * 2, ' ') << node.name << '\n';
-    for (const auto& child : node.children) printNode(out, child, depth + 1);
+    out << std::string(depth * 2, ' ') << tree.name(node) << '\n';
+    for (const auto child : tree.children(node)) printNode(out, tree, child, depth + 1);
 }
 
 void printTree(CliContext& context)
 {
-    const FolderNode root = buildFolderTree(context.database().indexedPaths());
+    const FolderTree tree = buildFolderTree(context.database().indexedPaths());
     if (context.json) {
-        context.printJson(toJson(root));
+        context.printJson(toJson(tree, tree.root()));
         return;
     }
-    if (root.path.empty() && root.children.empty()) {
+    if (!tree.isLibrary(tree.root()) && !tree.hasChildren(tree.root())) {
         context.out << "No libraries yet. Add one with: quorvalinder-cli scan DIR\n";
         return;
     }
     // As in the sidebar: several libraries hang under an unnamed root that is not shown.
-    if (root.name.empty()) {
-        for (const auto& library : root.children) printNode(context.out, library, 0);
+    if (!tree.isLibrary(tree.root())) {
+        for (const auto library : tree.children(tree.root())) printNode(context.out, tree, library, 0);
     } else {
-        printNode(context.out, root, 0);
+        printNode(context.out, tree, tree.root(), 0);
     }
 }
 

@@ -7,17 +7,19 @@
 
 #include <QSettings>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace {
 
 using qv::BreadcrumbEntry;
 using qv::BrowseState;
-using qv::FolderNode;
+using qv::FolderTree;
 using qv::SidebarButtons;
 
 // /lib: Drums/{Kicks/Acoustic/Dry, Snares}; /lib2 beside it, and /lib2b sharing a prefix.
-FolderNode twoLibraries()
+FolderTree twoLibraries()
 {
     return qv::buildFolderTree(std::vector<qv::IndexedPath>{
         {"/lib", "/lib/Drums/Kicks/Acoustic/Dry/k1.wav", "My Drums"},
@@ -67,41 +69,69 @@ TEST(SidebarButtons, ATypePressedTwiceReturnsToAllTypesAndANavigationPressResets
 
 TEST(FolderChain, FindsTheFoldersFromTheLibraryDownAndNeverAPrefixNeighbour)
 {
-    const FolderNode tree = twoLibraries();
+    const FolderTree tree = twoLibraries();
     const auto chain = qv::findFolderChain(tree, "/lib/Drums/Kicks/Acoustic/");
     ASSERT_EQ(chain.size(), 4u);
-    EXPECT_EQ(chain.front()->name, "My Drums");
-    EXPECT_EQ(chain.back()->path, "/lib/Drums/Kicks/Acoustic");
+    EXPECT_EQ(tree.name(chain.front()), "My Drums");
+    EXPECT_EQ(tree.path(chain.back()), "/lib/Drums/Kicks/Acoustic");
     EXPECT_EQ(qv::findFolderChain(tree, "/lib2b/Keys").size(), 2u);
-    EXPECT_EQ(qv::findFolderChain(tree, "/lib2b/Keys").front()->path, "/lib2b");
+    EXPECT_EQ(tree.path(qv::findFolderChain(tree, "/lib2b/Keys").front()), "/lib2b");
     EXPECT_TRUE(qv::findFolderChain(tree, "/lib/Drum").empty());
     EXPECT_TRUE(qv::findFolderChain(tree, "/elsewhere").empty());
     EXPECT_TRUE(qv::findFolderChain(tree, "").empty());
     EXPECT_EQ(qv::standardizedPath("/a/./b//"), "/a/b");
 }
 
+// Each node's own path leads to it, however its library and names are spelled: the walk
+// extends its parent's normal form by plain names and normalises only the others.
+TEST(FolderChain, EveryNodeIsFoundByItsOwnPath)
+{
+    const auto tree = qv::buildFolderTree(std::vector<qv::IndexedFolder>{
+        {"/", "/top/x", ""},
+        {"/t/", "/t/u/v", "T"},
+        {"/lib", "/lib/./../z", ""},
+        {"/lib", "/lib/Ñoño 100%/'q'", ""},
+        {"/lib", "/lib/...", ""},
+    });
+    ASSERT_EQ(tree.size(), 13u);
+    for (qv::FolderTree::Node node = 1; node < tree.size(); ++node) {
+        const std::string path = tree.path(node);
+        SCOPED_TRACE(path);
+        const auto chain = qv::findFolderChain(tree, path);
+        ASSERT_FALSE(chain.empty());
+        EXPECT_EQ(qv::standardizedPath(tree.path(chain.back())), qv::standardizedPath(path));
+        EXPECT_TRUE(tree.isLibrary(chain.front()));
+        for (std::size_t i = 1; i < chain.size(); ++i) {
+            const auto children = tree.children(chain[i - 1]);
+            EXPECT_NE(std::find(children.begin(), children.end(), chain[i]), children.end());
+        }
+    }
+    EXPECT_EQ(qv::findFolderChain(tree, "/z").size(), 3u); // lib, "..", z
+    EXPECT_EQ(qv::findFolderChain(tree, "/t/u/v/").size(), 3u);
+}
+
 TEST(Breadcrumbs, EachPlaceHasItsEntriesAndAFolderShowsItsLastThree)
 {
-    const FolderNode tree = twoLibraries();
+    const FolderTree tree = twoLibraries();
     const std::vector<qv::Playlist> playlists = {{3, "Best Kicks", 0}};
     BrowseState state;
-    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, {}), (std::vector<BreadcrumbEntry>{{"All Samples", "all", ""}}));
+    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, tree, {}), (std::vector<BreadcrumbEntry>{{"All Samples", "all", ""}}));
 
     state.favoriteMode = true;
     state.sectionType = "Loop";
-    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, {}),
+    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, tree, {}),
               (std::vector<BreadcrumbEntry>{{"Favorites", "favorites", ""}, {"Loop", "section", ""}}));
     state = {};
     state.libraryMode = true;
-    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, {}), (std::vector<BreadcrumbEntry>{{"Libraries", "libraries", ""}}));
+    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, tree, {}), (std::vector<BreadcrumbEntry>{{"Libraries", "libraries", ""}}));
 
     state = {};
     state.playlistId = 99; // deleted meanwhile; a shown one is the window test's
-    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, {}), (std::vector<BreadcrumbEntry>{{"Playlists", "all", ""}}));
+    EXPECT_EQ(qv::breadcrumbEntries(state, playlists, tree, {}), (std::vector<BreadcrumbEntry>{{"Playlists", "all", ""}}));
 
     state = {};
     state.folderScope = "/lib/Drums/Kicks/Acoustic/Dry";
-    const auto entries = qv::breadcrumbEntries(state, playlists, qv::findFolderChain(tree, state.folderScope));
+    const auto entries = qv::breadcrumbEntries(state, playlists, tree, qv::findFolderChain(tree, state.folderScope));
     EXPECT_EQ(entries, (std::vector<BreadcrumbEntry>{{"Folders", "all", ""},
                                                      {"Kicks", "folder", "/lib/Drums/Kicks"},
                                                      {"Acoustic", "folder", "/lib/Drums/Kicks/Acoustic"},

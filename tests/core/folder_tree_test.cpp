@@ -16,10 +16,10 @@ namespace fs = std::filesystem;
 using Paths = std::vector<qv::IndexedPath>;
 
 // One line per node, indented by depth: "name path".
-std::string outline(const qv::FolderNode& node, int depth = 0)
+std::string outline(const qv::FolderTree& tree, qv::FolderTree::Node node = 0, int depth = 0)
 {
-    std::string text = std::string(depth * 2, ' ') + node.name + " " + node.path.string() + "\n";
-    for (const auto& child : node.children) text += outline(child, depth + 1);
+    std::string text = std::string(depth * 2, ' ') + std::string(tree.name(node)) + " " + tree.path(node) + "\n";
+    for (const auto child : tree.children(node)) text += outline(tree, child, depth + 1);
     return text;
 }
 
@@ -48,6 +48,40 @@ TEST(FolderTree, RootFollowsTheLibrariesAndFoldersSortByBytes)
               "lib /lib\n  .. /lib/..\n  deep /lib/deep\n  x /lib/x\n    .. /lib/x/..\n      y /lib/x/../y\n");
     EXPECT_EQ(outline(qv::buildFolderTree(Paths{{"/t/", "/t/u/s.wav", "T"}, {"/t/", "/t//v/s.wav", ""}})),
               "T /t/\n  u /t/u\n  v /t/v\n");
+}
+
+// Names are kept in one arena and paths joined from the library's root on demand; the
+// order is name by name, so a folder's subfolders stay under it whatever byte follows its
+// name in a neighbour's ("a b" and "a-1" sort before "a/x" as whole paths).
+TEST(FolderTree, PathsJoinFromTheLibraryRootAndNamesSortNameByName)
+{
+    using Folders = std::vector<qv::IndexedFolder>;
+    EXPECT_EQ(outline(qv::buildFolderTree(Folders{{"/lib", "/lib/a b", ""}, {"/lib", "/lib/a-1", ""},
+                                                  {"/lib", "/lib/a/x", ""}, {"/lib", "/lib/a.b", ""},
+                                                  {"/lib", "/lib/ab", ""}, {"/lib", "/lib/a/x/y", ""},
+                                                  {"/lib", "/lib/a!", ""}, {"/lib", "/lib", ""}})),
+              "lib /lib\n  a /lib/a\n    x /lib/a/x\n      y /lib/a/x/y\n  a b /lib/a b\n  a! /lib/a!\n"
+              "  a-1 /lib/a-1\n  a.b /lib/a.b\n  ab /lib/ab\n");
+
+    // The file system's root as a library; names with quotes, '%', '_', a backslash and
+    // accents, spelled oddly; the same folder reached twice.
+    EXPECT_EQ(outline(qv::buildFolderTree(Folders{{"/", "/Drums & 'Loops' 100%/Ñoño_\\", "Root"},
+                                                  {"/", "/Drums & 'Loops' 100%/./Ñoño_\\/.", ""},
+                                                  {"/", "//Drums & 'Loops' 100%", ""}})),
+              "Root /\n  Drums & 'Loops' 100% /Drums & 'Loops' 100%\n"
+              "    Ñoño_\\ /Drums & 'Loops' 100%/Ñoño_\\\n");
+
+    // A library inside another: each keeps the folders its own rows name.
+    const auto nested = qv::buildFolderTree(Folders{{"/lib/inner", "/lib/inner/a", "Inner"},
+                                                    {"/lib", "/lib/inner/b", ""}, {"/lib", "/lib/c", ""}});
+    EXPECT_EQ(outline(nested), " \n  lib /lib\n    c /lib/c\n    inner /lib/inner\n      b /lib/inner/b\n"
+                               "  Inner /lib/inner\n    a /lib/inner/a\n");
+    const std::vector<qv::FolderTree::Node> libraries(nested.children(nested.root()).begin(),
+                                                      nested.children(nested.root()).end());
+    ASSERT_EQ(libraries.size(), 2u);
+    EXPECT_TRUE(nested.isLibrary(libraries[0]) && nested.isLibrary(libraries[1]));
+    EXPECT_FALSE(nested.isLibrary(nested.root()));
+    EXPECT_FALSE(nested.isLibrary(*nested.children(libraries[0]).begin()));
 }
 
 // The sidebar's tree from the folder table against the tree from every sample path, over
