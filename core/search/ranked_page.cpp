@@ -45,7 +45,7 @@ constexpr std::size_t kNamedCandidatesAfter = 2048;
 
 // The rows whose file name holds a word starting with each query token, among others: a
 // name can rank only if every token starts one of its stem's words, and each such word
-// starts a full-text word of the name. Empty when a token has other bytes than ASCII
+// starts a full-text word of the name. Nothing when a token has other bytes than ASCII
 // letters and digits, which the full-text table may split or fold differently.
 std::optional<std::vector<std::int64_t>> namedCandidates(Connection& db, const std::vector<std::string>& tokens)
 {
