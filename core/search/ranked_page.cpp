@@ -39,6 +39,26 @@ const std::vector<std::int64_t>* IndexedPlan::exactNameMatches(const std::vector
 
 namespace {
 
+// Past this many names read for a page, most matches hold a token only in their folder (a
+// short prefix such as "k"): listing the names that hold every token costs less.
+constexpr std::size_t kNamedCandidatesAfter = 2048;
+
+// The rows whose file name holds a word starting with each query token, among others: a
+// name can rank only if every token starts one of its stem's words, and each such word
+// starts a full-text word of the name. Nothing when a token has other bytes than ASCII
+// letters and digits, which the full-text table may split or fold differently.
+std::optional<std::vector<std::int64_t>> namedCandidates(Connection& db, const std::vector<std::string>& tokens)
+{
+    std::string expression;
+    for (const auto& token : tokens) {
+        const bool plain = std::all_of(token.begin(), token.end(), [](char c) { return ascii::isAlnum(c); });
+        if (!plain || token.empty()) return std::nullopt;
+        if (!expression.empty()) expression += " AND ";
+        expression += "filename : \"" + token + "\"*";
+    }
+    return sortedIds(db, "SELECT rowid FROM sample_search WHERE sample_search MATCH ?", {expression});
+}
+
 // The least rank a name can have for a query of `q` tokens, from its stem's token count
 // and whether it holds every query token as a word; groups of matches are read in this
 // order. A key per bound: [0, 256) exact words, [256, 512) prefixes only, 512 no match.
@@ -78,90 +98,112 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const Search
     const NameOrder& order = *ready;
     const std::int64_t need = window.offset + window.limit;
     const std::vector<std::int64_t>* exact = exactNameMatches(tokens);
-
-    // Matches by group; rows written since the order was read are ranked up front.
-    std::vector<std::int64_t> touched;
-    std::vector<int> groupOf(matches.size(), -1);
-    std::array<std::size_t, kRankGroups + 1> starts{};
-    auto exactAt = exact ? exact->begin() : std::vector<std::int64_t>::const_iterator();
-    for (std::size_t i = 0; i < matches.size(); ++i) {
-        const std::int64_t id = matches[i];
-        if (order.touched(id)) {
-            touched.push_back(id);
-        } else if (order.place(id) != NameOrder::kAbsent) {
-            bool isExact = true;
-            if (exact) {
-                exactAt = std::lower_bound(exactAt, exact->end(), id);
-                isExact = exactAt != exact->end() && *exactAt == id;
-            }
-            groupOf[i] = rankGroup(order.words(id), q, isExact);
-            ++starts[static_cast<std::size_t>(groupOf[i]) + 1];
-        }
-    }
-    for (std::size_t g = 1; g < starts.size(); ++g) starts[g] += starts[g - 1];
-    std::vector<std::int64_t> grouped(starts.back());
-    {
-        auto next = starts;
+    // Each attempt reads groups afresh; with `named`, only the names holding every token
+    // rank in a group of their own, the others with the names that cannot rank.
+    struct Attempt {
+        std::optional<std::vector<std::int64_t>> ids;
+        bool wholeRanking = false; // one statement ranking every match costs less
+        bool namesFirst = false;   // try again with the names holding the tokens
+    };
+    const auto attempt = [&](const std::vector<std::int64_t>* named) -> Attempt {
+        // Matches by group; rows written since the order was read are ranked up front.
+        std::vector<std::int64_t> touched;
+        std::vector<int> groupOf(matches.size(), -1);
+        std::array<std::size_t, kRankGroups + 1> starts{};
+        auto exactAt = exact ? exact->begin() : std::vector<std::int64_t>::const_iterator();
+        auto namedAt = named ? named->begin() : std::vector<std::int64_t>::const_iterator();
         for (std::size_t i = 0; i < matches.size(); ++i) {
-            if (groupOf[i] >= 0) grouped[next[static_cast<std::size_t>(groupOf[i])]++] = matches[i];
+            const std::int64_t id = matches[i];
+            if (order.touched(id)) {
+                touched.push_back(id);
+            } else if (order.place(id) != NameOrder::kAbsent) {
+                bool isExact = true;
+                if (exact) {
+                    exactAt = std::lower_bound(exactAt, exact->end(), id);
+                    isExact = exactAt != exact->end() && *exactAt == id;
+                }
+                bool isNamed = true;
+                if (named) {
+                    namedAt = std::lower_bound(namedAt, named->end(), id);
+                    isNamed = namedAt != named->end() && *namedAt == id;
+                }
+                groupOf[i] = isNamed ? rankGroup(order.words(id), q, isExact) : kRankGroups - 1;
+                ++starts[static_cast<std::size_t>(groupOf[i]) + 1];
+            }
         }
+        for (std::size_t g = 1; g < starts.size(); ++g) starts[g] += starts[g - 1];
+        std::vector<std::int64_t> grouped(starts.back());
+        {
+            auto next = starts;
+            for (std::size_t i = 0; i < matches.size(); ++i) {
+                if (groupOf[i] >= 0) grouped[next[static_cast<std::size_t>(groupOf[i])]++] = matches[i];
+            }
+        }
+
+        struct Ranked {
+            std::int64_t id;
+            int rank;
+        };
+        std::vector<Ranked> known;
+        std::priority_queue<int, std::vector<int>, std::greater<>> unsettled; // ranks not yet below a bound
+        std::int64_t below = 0;
+        using Ids = std::vector<std::int64_t>;
+        const auto rankRows = [&](Ids::const_iterator first, Ids::const_iterator last) {
+            if (first == last) return;
+            Statement st(_db, std::string("SELECT s.id,s.filename FROM samples s INDEXED BY ") + schema::kVisibleIdIndex
+                                 + " WHERE s.id IN " + sqlList({first, last}) + " AND " + schema::kVisibleSample
+                                 + onlineScope(current.online));
+            while (st.step()) {
+                known.push_back({st.columnInt64(0), filenameSearchRank(st.columnView(1), query.text)});
+                unsettled.push(known.back().rank);
+            }
+        };
+        const auto page = [&](int bound) {
+            std::vector<std::int64_t> ids;
+            for (const Ranked& row : known) {
+                if (row.rank <= bound) ids.push_back(row.id);
+            }
+            return pageAmong(query, ids);
+        };
+
+        rankRows(touched.begin(), touched.end());
+        for (int group = 0; group < kRankGroups; ++group) {
+            const auto first = grouped.begin() + static_cast<std::ptrdiff_t>(starts[static_cast<std::size_t>(group)]);
+            const auto last = grouped.begin() + static_cast<std::ptrdiff_t>(starts[static_cast<std::size_t>(group) + 1]);
+            if (first == last) continue;
+            const int least = leastRank(group);
+            while (!unsettled.empty() && unsettled.top() < least) {
+                unsettled.pop();
+                ++below;
+            }
+            if (below >= need) return Attempt{.ids = page(least - 1)};
+
+            std::sort(first, last, [&](std::int64_t a, std::int64_t b) { return order.place(a) < order.place(b); });
+            const std::int64_t wanted = need - below;
+            std::int64_t found = 0;
+            std::ptrdiff_t chunk = 64;
+            for (auto from = first; from != last; chunk = std::min<std::ptrdiff_t>(chunk * 2, 4096)) {
+                const auto to = last - from > chunk ? from + chunk : last;
+                const std::size_t read = known.size();
+                rankRows(from, to);
+                for (std::size_t i = read; i < known.size(); ++i) found += known[i].rank == least;
+                if (found >= wanted) return Attempt{.ids = page(least)};
+                // Few matches rank well (a word most names have only in their folder): one
+                // statement ranking them all costs less than reading them group by group.
+                if (known.size() * 4 > matches.size()) return Attempt{.ids = std::nullopt, .wholeRanking = true};
+                // Many names read, few holding the tokens: only those that do are read again.
+                if (!named && known.size() > kNamedCandidatesAfter) return Attempt{.ids = std::nullopt, .namesFirst = true};
+                from = to;
+            }
+        }
+        return Attempt{.ids = page(kNoMatchRank)};
+    };
+    Attempt result = attempt(nullptr);
+    if (result.namesFirst) {
+        const std::optional<std::vector<std::int64_t>> named = namedCandidates(_db, tokens);
+        result = named ? attempt(&*named) : Attempt{.ids = std::nullopt, .wholeRanking = true};
     }
-
-    struct Ranked {
-        std::int64_t id;
-        int rank;
-    };
-    std::vector<Ranked> known;
-    std::priority_queue<int, std::vector<int>, std::greater<>> unsettled; // ranks not yet below a bound
-    std::int64_t below = 0;
-    using Ids = std::vector<std::int64_t>;
-    const auto rankRows = [&](Ids::const_iterator first, Ids::const_iterator last) {
-        if (first == last) return;
-        Statement st(_db, std::string("SELECT s.id,s.filename FROM samples s INDEXED BY ") + schema::kVisibleIdIndex
-                             + " WHERE s.id IN " + sqlList({first, last}) + " AND " + schema::kVisibleSample
-                             + onlineScope(current.online));
-        while (st.step()) {
-            known.push_back({st.columnInt64(0), filenameSearchRank(st.columnView(1), query.text)});
-            unsettled.push(known.back().rank);
-        }
-    };
-    const auto page = [&](int bound) {
-        std::vector<std::int64_t> ids;
-        for (const Ranked& row : known) {
-            if (row.rank <= bound) ids.push_back(row.id);
-        }
-        return pageAmong(query, ids);
-    };
-
-    rankRows(touched.begin(), touched.end());
-    for (int group = 0; group < kRankGroups; ++group) {
-        const auto first = grouped.begin() + static_cast<std::ptrdiff_t>(starts[static_cast<std::size_t>(group)]);
-        const auto last = grouped.begin() + static_cast<std::ptrdiff_t>(starts[static_cast<std::size_t>(group) + 1]);
-        if (first == last) continue;
-        const int least = leastRank(group);
-        while (!unsettled.empty() && unsettled.top() < least) {
-            unsettled.pop();
-            ++below;
-        }
-        if (below >= need) return page(least - 1);
-
-        std::sort(first, last, [&](std::int64_t a, std::int64_t b) { return order.place(a) < order.place(b); });
-        const std::int64_t wanted = need - below;
-        std::int64_t found = 0;
-        std::ptrdiff_t chunk = 64;
-        for (auto from = first; from != last; chunk = std::min<std::ptrdiff_t>(chunk * 2, 4096)) {
-            const auto to = last - from > chunk ? from + chunk : last;
-            const std::size_t read = known.size();
-            rankRows(from, to);
-            for (std::size_t i = read; i < known.size(); ++i) found += known[i].rank == least;
-            if (found >= wanted) return page(least);
-            // Few matches rank well (a word most names have only in their folder): one
-            // statement ranking them all costs less than reading them group by group.
-            if (known.size() * 4 > matches.size()) return std::nullopt;
-            from = to;
-        }
-    }
-    return page(kNoMatchRank);
+    return result.ids;
 }
 
 } // namespace qv

@@ -315,6 +315,36 @@ TEST_P(SearchPlanTest, RankedPagesAmongManyMatchesMatchTheReference)
     compareAll();
 }
 
+// A short prefix most rows hold only in their folder ("k" of "Kits"): the names that
+// hold it are few and come late in name order, so the page is read again among the
+// names holding every token. Hostile names sit among them: "#", non-ASCII letters, the
+// prefix only in the extension, and rows written after the name order was read.
+TEST_P(SearchPlanTest, RankedPagesOfAPrefixHeldMostlyByFoldersMatchTheReference)
+{
+    _raw.exec("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<20000) INSERT INTO "
+              "samples(path,filename,library_id,type,file_size,modified_at) SELECT '/many/Kits/'||i, CASE "
+              "WHEN i%150=0 THEN 'Kick '||i WHEN i%151=0 THEN 'Deep kick#'||i WHEN i%157=0 THEN 'K\xc3\xa4se '||i "
+              "WHEN i%163=0 THEN 'a#ki '||i WHEN i%167=0 THEN 'Deep '||i||'.kwav' WHEN i%173=0 THEN '._Kick '||i "
+              "ELSE (CASE i%3 WHEN 0 THEN 'Deep ' WHEN 1 THEN 'Pad ' ELSE 'Snare ' END)||i END,"
+              "(SELECT CASE WHEN i%11=0 THEN max(id) ELSE min(id) END FROM libraries),'One Shot',1,1 FROM n");
+    const std::string offline = _raw.text("SELECT path FROM libraries WHERE id=(SELECT max(id) FROM libraries)");
+    _reference.setLibraryAvailable(offline, false);
+    std::mt19937_64 random(11);
+    const auto compareAll = [&] {
+        for (const char* text : {"k", "ki", "kick", "k 1", "kits", "K\xc3\xa4", "kw"}) {
+            for (const auto& [limit, offset] : std::vector<std::pair<int, int>>{{50, 0}, {20, 110}, {40, 300}}) {
+                ASSERT_NO_FATAL_FAILURE(compare({.text = text, .limit = limit, .offset = offset}, random));
+            }
+        }
+    };
+    ASSERT_NO_FATAL_FAILURE(compareAll());
+    const std::int64_t added = _indexed.addLibrary(_dir / "added");
+    for (const char* name : {"Kick.wav", "Aa kick.wav", "Deep.wav"}) {
+        _indexed.upsert(qv::test::sampleOf({(_dir / "added" / name).string()}), added);
+    }
+    compareAll();
+}
+
 // The written ORDER BY leaves values equal but for case ("Kick", "kick") in whatever
 // order the plan meets them; each such run is compared as a set.
 std::vector<std::set<std::string>> caseRuns(const std::vector<std::string>& values)
