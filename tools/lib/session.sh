@@ -41,7 +41,9 @@ qv_start_xvfb() {
   local display
   for display in $(seq 90 140); do
     [[ -e /tmp/.X11-unix/X$display || -e /tmp/.X$display-lock ]] && continue
-    Xvfb ":$display" -screen 0 "$screen" -nolisten tcp >"$qv_session_dir/xvfb.log" 2>&1 &
+    # -noreset: a server resets when its last client leaves, and a client connecting in
+    # that moment (the next app start after xdotool or a quit) finds no socket.
+    Xvfb ":$display" -screen 0 "$screen" -nolisten tcp -noreset >"$qv_session_dir/xvfb.log" 2>&1 &
     qv_xvfb_pid=$!
     export DISPLAY=":$display"
     for _ in $(seq 50); do
