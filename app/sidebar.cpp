@@ -96,12 +96,12 @@ void QVSidebar::loadFolderTree()
                 QVFolderTreeView& view = *self->_window.folderTree;
                 view.setTree(std::move(*tree));
                 self->_treeLoaded = true;
-                // A library chosen before its folders arrived stays selected (the tree
-                // stays collapsed: only a top item is selected again).
+                // The folder being browsed stays selected: a library chosen before its
+                // folders arrived, or any folder when a scan reloads the tree.
                 const auto chain = self->scopeChain();
-                if (chain.size() == 1) {
+                if (!chain.empty()) {
                     const QSignalBlocker quiet(&view);
-                    view.setCurrentItem(view.revealChain(chain));
+                    if (QTreeWidgetItem* item = view.revealChain(chain)) view.setCurrentItem(item);
                 }
                 self->syncButtons();
                 self->updateBreadcrumb();

@@ -12,6 +12,8 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QPushButton>
+#include <QScrollBar>
+#include <QSet>
 #include <QToolButton>
 
 namespace {
@@ -108,6 +110,12 @@ void QVFolderTreeView::populate(QTreeWidgetItem* item)
 void QVFolderTreeView::setTree(qv::FolderTree tree)
 {
     const QSignalBlocker quiet(this);
+    // A reload (a scan finished) keeps the folders the producer opened, and the scroll.
+    QSet<QString> expanded;
+    for (QTreeWidgetItemIterator it(this); *it; ++it) {
+        if ((*it)->isExpanded()) expanded.insert(pathOf(*it));
+    }
+    const int scrolled = verticalScrollBar()->value();
     clear();
     _tree = std::move(tree);
     // A library at the root, or the placeholder, is shown itself; an unnamed root stands
@@ -120,6 +128,14 @@ void QVFolderTreeView::setTree(qv::FolderTree tree)
         for (const qv::FolderTree::Node library : _tree.children(root)) top.append(makeItem(library, true));
     }
     addTopLevelItems(top);
+    for (QList<QTreeWidgetItem*> open = top; !open.isEmpty();) {
+        QTreeWidgetItem* item = open.takeLast();
+        if (!expanded.contains(pathOf(item))) continue;
+        populate(item);
+        item->setExpanded(true);
+        for (int i = 0; i < item->childCount(); ++i) open.append(item->child(i));
+    }
+    verticalScrollBar()->setValue(scrolled);
 }
 
 QTreeWidgetItem* QVFolderTreeView::revealChain(const std::vector<qv::FolderTree::Node>& chain)

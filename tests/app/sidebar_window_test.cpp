@@ -10,6 +10,7 @@
 #include "playback.h"
 #include "result_browser.h"
 #include "results_view.h"
+#include "sidebar.h"
 #include "sidebar_views.h"
 #include "settings_logic.h"
 #include "startup_logic.h"
@@ -21,6 +22,7 @@
 #include <QLabel>
 #include <QMimeData>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QToolButton>
 
 #include <map>
@@ -77,6 +79,15 @@ TEST_F(SidebarWindowTest, ChoosingAFolderNarrowsTheResultsAndBackReturns)
     EXPECT_EQ(window().resultsTitle->text(), "Dusty");
     EXPECT_EQ(crumbs(), (QStringList{"Folders", "Pack", "Loops", "Dusty"}));
     for (const qv::Sample& s : state().rows) EXPECT_NE(s.path.find("/Loops/Dusty/"), std::string::npos);
+
+    // A reload (as after a scan) keeps the opened folders and the one being browsed.
+    QSignalSpy reloaded(controller->sidebar(), &QVSidebar::folderTreeReloaded);
+    controller->sidebar()->reloadSidebars();
+    ASSERT_TRUE(reloaded.wait(5000));
+    ASSERT_NE(tree.currentItem(), nullptr);
+    EXPECT_EQ(tree.currentItem()->text(0), "Dusty");
+    EXPECT_TRUE(tree.topLevelItem(0)->isExpanded());
+    EXPECT_EQ(state().folderScope, path("Loops/Dusty").toStdString());
 
     window().typeButtons[1].button->click(); // Loops narrow the folder further
     ASSERT_TRUE(QTest::qWaitFor([&] { return crumbs().back() == "Loop"; }));
