@@ -140,13 +140,7 @@ const std::vector<std::int64_t>& IndexedPlan::fullTextMatches(const SearchQuery&
     std::string sql;
     std::vector<std::string> params;
     fullTextIds(query, sql, params);
-    PlanState& current = state();
-    std::string key = cacheKey(sql, params);
-    if (current.fullTextKey != key) {
-        current.fullTextIds = sortedIds(_db, sql, params);
-        current.fullTextKey = std::move(key);
-    }
-    return current.fullTextIds;
+    return state().fullText.get(cacheKey(sql, params), [&] { return sortedIds(_db, sql, params); });
 }
 
 // The count of a query that narrows by membership alone: its distinct members less
@@ -217,16 +211,12 @@ const std::vector<std::int64_t>& IndexedPlan::members(const SearchQuery& query)
     std::string sql;
     std::vector<std::string> params;
     membershipIds(query, sql, params);
-    PlanState& current = state();
-    std::string key = cacheKey(sql, params);
-    if (current.memberKey != key) {
+    return state().members.get(cacheKey(sql, params), [&] {
         std::vector<std::int64_t> ids = readIds(_db, sql, params);
         std::sort(ids.begin(), ids.end());
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-        current.memberIds = std::move(ids);
-        current.memberKey = std::move(key);
-    }
-    return current.memberIds;
+        return ids;
+    });
 }
 
 } // namespace qv

@@ -3,10 +3,12 @@
 #include "db/schema.h"
 #include "search/search_rank.h"
 #include "sql/connection.h"
+#include "sql/sql_text.h"
 #include "sql/sqlite_error.h"
 #include "sql/statement.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 namespace qv {
@@ -15,6 +17,10 @@ namespace {
 
 // Past this many written rows reading them one by one costs more than reading all.
 constexpr std::size_t kMaxTouched = 16384;
+
+// Up to this many written rows are ranked up front where the order is used; more (a
+// scan's write groups) are folded into it, which costs a pass over the whole order.
+constexpr std::size_t kFoldAbove = 256;
 
 // Of the stored copy: each id's place as four bytes, least significant first, and its
 // count as one. Bumped when either changes meaning (the token count's rule).
@@ -50,12 +56,103 @@ bool NameOrder::refresh(std::int64_t dataVersion)
     if (!_current || dataVersion != _dataVersion) {
         read();
         _dataVersion = dataVersion;
+    } else if (_usable && _touched.size() > kFoldAbove && !fold()) {
+        read();
     }
     return _usable;
 }
 
+// The written rows as the index holds them now: each leaves its place, and each still
+// visible follows the row before it by name, which two probes of the name index find.
+// Rows that follow one another in name order were all written, so they follow the same
+// unwritten row together. Exact as a fresh read; false when ids became too sparse, or
+// the order holds no place for a row it should.
+bool NameOrder::fold()
+{
+    std::vector<std::int64_t> written(_touched.begin(), _touched.end());
+    _touched.clear();
+    std::sort(written.begin(), written.end());
+    if (written.front() < 0) return false;
+
+    struct Row {
+        std::int64_t id;
+        std::uint8_t words;
+        std::uint32_t after; // the place of the unwritten row it follows; kAbsent: first
+        bool run;            // follows the previous written row instead
+    };
+    std::vector<Row> rows;
+    Statement st(_db, std::string("SELECT id,filename FROM samples INDEXED BY ") + schema::kVisibleIdIndex
+                          + " WHERE id IN " + sqlList(written) + " AND " + schema::kVisibleFile
+                          + " ORDER BY filename COLLATE NOCASE,id");
+    Statement sameName(_db, std::string("SELECT id FROM samples INDEXED BY ") + schema::kVisibleNameIndex + " WHERE "
+                                + schema::kVisibleFile
+                                + " AND filename=? COLLATE NOCASE AND id<? ORDER BY filename COLLATE NOCASE DESC,"
+                                  "id DESC LIMIT 1");
+    Statement earlierName(_db, std::string("SELECT id FROM samples INDEXED BY ") + schema::kVisibleNameIndex
+                                   + " WHERE " + schema::kVisibleFile
+                                   + " AND filename<? COLLATE NOCASE ORDER BY filename COLLATE NOCASE DESC,id DESC "
+                                     "LIMIT 1");
+    const auto before = [&](std::string_view name, std::int64_t id) -> std::optional<std::int64_t> {
+        for (Statement* probe : {&sameName, &earlierName}) {
+            probe->reset();
+            probe->bind(1, name);
+            if (probe == &sameName) probe->bind(2, id);
+            if (probe->step()) return probe->columnInt64(0);
+        }
+        return std::nullopt;
+    };
+    while (st.step()) {
+        Row row{st.columnInt64(0), static_cast<std::uint8_t>(std::min(stemTokenCount(st.columnView(1)), kMaxWords)),
+                kAbsent, false};
+        const std::optional<std::int64_t> previous = before(st.columnView(1), row.id);
+        if (previous && !rows.empty() && *previous == rows.back().id) {
+            row.run = true;
+        } else if (previous) {
+            row.after = place(*previous);
+            if (row.after == kAbsent || std::binary_search(written.begin(), written.end(), *previous)) return false;
+        }
+        rows.push_back(row);
+    }
+
+    // The unwritten rows by place, the written ones taken out.
+    const std::int64_t highest = std::max<std::int64_t>(written.back(), static_cast<std::int64_t>(_place.size()) - 1);
+    for (const std::int64_t id : written) {
+        if (static_cast<std::size_t>(id) < _place.size()) _place[static_cast<std::size_t>(id)] = kAbsent;
+    }
+    std::vector<std::int64_t> byPlace(_place.size(), -1);
+    std::size_t kept = 0;
+    for (std::size_t id = 0; id < _place.size(); ++id) {
+        if (_place[id] == kAbsent) continue;
+        if (_place[id] >= byPlace.size()) return false;
+        byPlace[_place[id]] = static_cast<std::int64_t>(id);
+        ++kept;
+    }
+    if (highest >= static_cast<std::int64_t>(4 * (kept + rows.size()) + 65536)) return false;
+    _place.resize(static_cast<std::size_t>(highest + 1), kAbsent);
+    _words.resize(static_cast<std::size_t>(highest + 1), 0);
+
+    // Both merged: each run of written rows right after the row it follows.
+    std::uint32_t next = 0;
+    std::size_t r = 0;
+    const auto emitRuns = [&](std::uint32_t after) {
+        while (r < rows.size() && (rows[r].run || rows[r].after == after)) {
+            _place[static_cast<std::size_t>(rows[r].id)] = next++;
+            _words[static_cast<std::size_t>(rows[r].id)] = rows[r].words;
+            ++r;
+        }
+    };
+    emitRuns(kAbsent);
+    for (std::size_t p = 0; p < byPlace.size(); ++p) {
+        if (byPlace[p] < 0) continue;
+        _place[static_cast<std::size_t>(byPlace[p])] = next++;
+        emitRuns(static_cast<std::uint32_t>(p));
+    }
+    return r == rows.size();
+}
+
 void NameOrder::read()
 {
+    ++_reads;
     _current = false;
     _usable = false;
     _touched.clear();

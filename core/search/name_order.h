@@ -3,8 +3,9 @@
 // read the matches that can rank best, name by name, instead of ranking every match.
 //
 // Kept exact without reading everything again: the update hook lists the rows this
-// connection writes, and callers read those afresh. Too many of them, or a write by
-// another connection (a new data version), and it is read again on the next refresh.
+// connection writes; a few are read afresh by callers, more (a scan's write groups) are
+// folded into the order row by row on the next refresh. Too many of them, or a write by
+// another connection (a new data version), and it is read again.
 //
 // What it reads from the index it also stores (search_name_order), so that the next
 // process loads it in a few milliseconds instead of walking the index; triggers remove
@@ -46,10 +47,13 @@ public:
         return id >= 0 && at < _place.size() ? _place[static_cast<std::size_t>(at)] : kAbsent;
     }
     int words(std::int64_t id) const { return _words[static_cast<std::size_t>(id)]; }
+    // How often the whole order was read (or loaded) rather than folded.
+    int reads() const { return _reads; }
 
 private:
     static void rowWritten(void* self, std::string_view table, std::int64_t id);
     void read();
+    bool fold(); // the touched rows into their places
     bool load(); // the stored copy, when there is one of this format
     void store();
 
@@ -60,6 +64,7 @@ private:
     bool _current = false;
     bool _usable = false;
     std::int64_t _dataVersion = -1;
+    int _reads = 0;
 };
 
 } // namespace qv

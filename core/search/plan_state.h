@@ -33,6 +33,22 @@ struct ExcludedRows {
     bool excludes(std::int64_t id) const { return inRanges(id) || std::binary_search(ids.begin(), ids.end(), id); }
 };
 
+// The last list asked for, kept under its key until another is asked for.
+struct LastList {
+    std::string key;
+    std::vector<std::int64_t> ids;
+
+    template <class Read>
+    const std::vector<std::int64_t>& get(std::string wanted, Read read)
+    {
+        if (key != wanted) {
+            ids = read();
+            key = std::move(wanted);
+        }
+        return ids;
+    }
+};
+
 struct PlanState {
     std::int64_t dataVersion = -1;
     std::int64_t changes = -1;
@@ -45,14 +61,11 @@ struct PlanState {
     bool keysRead = false;
     std::optional<ExcludedRows> excluded;
     std::optional<std::int64_t> excludedEstimate;
-    std::string fullTextKey; // the last full-text statement and its parameters
-    std::vector<std::int64_t> fullTextIds;
-    std::string memberKey; // the last membership statement and its parameters
-    std::vector<std::int64_t> memberIds; // its distinct sample ids, sorted
+    LastList fullText; // under the full-text statement and its parameters
+    LastList members;  // under the membership statement: distinct sample ids, sorted
     std::string intersectedKey; // the last text and membership intersected
     std::optional<std::vector<std::int64_t>> intersectedIds; // none: more than kIntersected
-    std::string exactKey; // the last exact-word full-text expression
-    std::vector<std::int64_t> exactIds;
+    LastList exact; // under the exact-word full-text expression
     // Counts whose text the row test gave up on.
     std::unordered_set<std::string> rowTextRefused;
 

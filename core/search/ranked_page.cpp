@@ -28,13 +28,9 @@ const std::vector<std::int64_t>* IndexedPlan::exactNameMatches(const std::vector
         if (!expression.empty()) expression += " AND ";
         expression += "filename : \"" + token + "\"";
     }
-    PlanState& current = state();
-    if (current.exactKey != expression) {
-        current.exactIds =
-            sortedIds(_db, "SELECT rowid FROM sample_search WHERE sample_search MATCH ?", {expression});
-        current.exactKey = std::move(expression);
-    }
-    return &current.exactIds;
+    return &state().exact.get(expression, [&] {
+        return sortedIds(_db, "SELECT rowid FROM sample_search WHERE sample_search MATCH ?", {expression});
+    });
 }
 
 namespace {
