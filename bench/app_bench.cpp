@@ -262,7 +262,8 @@ int duringScan(const Options& options, int argc, char** argv)
     const fs::path copy = options.db.parent_path() / "app-during-scan.db";
     for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(copy.string() + suffix);
     fs::copy_file(options.db, copy);
-    const QString library = QString::fromStdString(fs::absolute(options.duringScan).string());
+    // The scanner stores real paths: a library given through a link must be named by its target.
+    const QString library = QString::fromStdString(fs::canonical(options.duringScan).string());
     std::size_t files = 0;
     for (const auto& entry : fs::recursive_directory_iterator(options.duringScan)) files += entry.is_regular_file();
 
