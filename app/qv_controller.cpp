@@ -1,5 +1,7 @@
 #include "qv_controller.h"
 
+#include "database_opening.h"
+
 #include "db/database.h"
 #include "alerts.h"
 #include "appearance.h"
@@ -107,8 +109,7 @@ void QVController::applicationDidFinishLaunching()
     // 1. The database; a failure to open it ends the launch.
     const std::filesystem::path path =
         _options.databasePath.empty() ? defaultDatabasePath() : _options.databasePath;
-    auto database = std::make_unique<qv::Database>(path);
-    _database = std::move(database);
+    _database = openDatabaseShowingProgress(path);
     step("database");
 
     // 2. Which libraries are reachable, before anything is counted.

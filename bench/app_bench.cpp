@@ -645,9 +645,13 @@ int main(int argc, char** argv)
                 t.start();
                 QCoreApplication::sendEvent(&field, &press);
                 while (browser.searchRefreshPending()) QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+                const double refreshed = t.nsecsElapsed() / 1e6;
                 table.repaint();
                 typed.push_back(t.nsecsElapsed() / 1e6);
-                if (typingOnly) std::printf("  \"%s\" %.1f ms\n", field.text().toUtf8().constData(), typed.back());
+                if (typingOnly) {
+                    std::printf("  \"%s\" %.1f ms (refreshed at %.1f, repaint %.1f)\n", field.text().toUtf8().constData(),
+                                typed.back(), refreshed, typed.back() - refreshed);
+                }
             }
         }
         const Stats typing = stats(typed);

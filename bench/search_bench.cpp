@@ -17,7 +17,10 @@
 // exit, beside the tool's bare start (`--help`).
 //
 //   search_bench [--db FILE] [--records N] [--seed N] [--genre-packs] [--reps N] [--only TEXT]
-//                [--values-only] [--drop-caches] [--cli PATH]
+//                [--values-only] [--drop-caches] [--cli PATH] [--text TEXT]...
+//
+// --text (repeatable) times the given search texts alone instead of the classes, as typed
+// into the search field.
 //
 // The database is generated once (without audio) and reused: by default
 // bench-data/search-<N>.db next to this executable (search-<N>-seed<S>.db for another seed,
@@ -63,6 +66,7 @@ struct Options {
     bool dropCaches = false;
     qv::testkit::DataShape shape = qv::testkit::DataShape::Scanned;
     fs::path cli; // time the classes through this command-line tool instead
+    std::vector<std::string> texts; // time these search texts instead of the classes
 };
 
 struct Case {
@@ -124,6 +128,7 @@ Options parse(int argc, char** argv)
         else if (arg == "--values-only") options.valuesOnly = true;
         else if (arg == "--genre-packs") options.shape = qv::testkit::DataShape::GenrePacks;
         else if (arg == "--cli") options.cli = value();
+        else if (arg == "--text") options.texts.push_back(value());
         else throw std::runtime_error("unknown argument " + arg);
     }
     if (options.db.empty()) {
@@ -252,8 +257,15 @@ void folderTree(const Options& options, qv::Database& db)
                 millisecondsOf([&] { qv::Database reopened(options.db); }));
 }
 
+std::vector<std::string> gTexts; // --text
+
 std::vector<Case> cases(qv::Database& db, sqlite3* raw)
 {
+    if (!gTexts.empty()) {
+        std::vector<Case> typed;
+        for (const std::string& text : gTexts) typed.push_back({"\"" + text + "\"", {.text = text, .limit = 50}});
+        return typed;
+    }
     // A folder four levels below the first library's root, and the largest playlist.
     const std::string deepFolder = fs::path(scalarText(raw, "SELECT path FROM samples WHERE genre<>'' AND path "
                                                            "LIKE (SELECT path FROM libraries ORDER BY id LIMIT 1)"
@@ -369,6 +381,7 @@ int main(int argc, char** argv)
 {
     try {
         const Options options = parse(argc, argv);
+        gTexts = options.texts;
         ensureDatabase(options);
         if (!options.cli.empty()) {
             // The cases name a folder and a playlist that the database is asked for; the
@@ -384,7 +397,7 @@ int main(int argc, char** argv)
             timeCli(options, list);
             return 0;
         }
-        {
+        if (options.texts.empty()) {
             // The search's support indexes are built on every run, to time that one-off.
             sqlite3* setup = nullptr;
             sqlite3_open(options.db.c_str(), &setup);
@@ -428,7 +441,7 @@ int main(int argc, char** argv)
             std::printf("first ranked search after open: %.1f ms (reads the name order)\n",
                         millisecondsOf([&] { db.search(ranked); }));
         }
-        if (options.only.empty()) folderTree(options, db);
+        if (options.only.empty() && options.texts.empty()) folderTree(options, db);
 
         std::printf("\nms for count + first page of 50 (+ matchingIndex when sorted); reference = SQL as written, "
                     "indexed cold = nothing cached, warm = count cached\n\n");
@@ -463,6 +476,10 @@ int main(int argc, char** argv)
                         reference.p95 / std::max(cold.p95, 0.01), warm.p95,
                         qv::describe(db.searchStrategy(c.query)).c_str());
             std::fflush(stdout);
+        }
+        if (!options.texts.empty()) {
+            sqlite3_close(raw);
+            return 0;
         }
 
         const std::string scope = cases(db, raw)[10].query.folder;

@@ -29,7 +29,7 @@ Database::Database(const std::filesystem::path& path, const OpenProgress& progre
     // Checkpointing the log less often writes each hot index page of a scan to the file
     // once per few thousand commits instead of once per few hundred.
     exec("PRAGMA journal_mode=WAL; PRAGMA foreign_keys=ON; PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=8000;");
-    migrate();
+    migrate(progress);
     schema::createSupportObjects(*_connection, progress);
 }
 

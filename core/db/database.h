@@ -11,7 +11,7 @@
 // where the user would otherwise lose the edit without a word (a type override of chosen
 // samples, adding to a playlist).
 //
-// Opening brings the schema to version 6. A database at versions 1 to 4 is first copied
+// Opening brings the schema to version 7. A database at versions 1 to 4 is first copied
 // to "<file>.pre-v5-backup" with SQLite's online backup; an existing backup is never
 // overwritten.
 #pragma once
@@ -47,10 +47,11 @@ enum class SearchPlan { Indexed, Reference };
 // million samples; a sidebar that shows names only skips it (the counts are then 0).
 enum class Counts { Included, Skipped };
 
-// Called while opening builds the support indexes a large database does not have yet
-// (a one-time cost of about 8 s at a million samples), the folder table counted as one
-// of them: `done` of `total` built. Not called for small databases, which build them in
-// an instant.
+// Called while opening rebuilds what a large database does not have yet, each a one-time
+// cost at a million samples: first the full-text table an older version left (about
+// 30 s, reported as 0 and then 1 of 1), then the support indexes (about 8 s, the folder
+// table counted as one of them): `done` of `total` built. Not called for small
+// databases, which build them in an instant.
 using OpenProgress = std::function<void(int done, int total)>;
 
 struct Library {
@@ -198,9 +199,11 @@ public:
     // Distinct non-blank values of "instrument", "genre" or "key" among the matches.
     std::vector<std::string> distinctFilterValues(const std::string& field, const SearchQuery& query) const;
     // Reads ahead what the first search of each kind would otherwise wait for: the name
-    // order (a ranked or a member page), the rows counts leave out, the stored keys. For a
-    // worker thread once the first page is shown; holds the mutex like any operation, for
-    // about 0.2 s at a million samples (a few ms once the name order is stored).
+    // order (a ranked or a member page), the rows counts leave out, the stored keys, then
+    // the count of each one-character search text (the first key typed). For a worker
+    // thread once the first page is shown; holds the mutex like any operation, for about
+    // 0.2 s at a million samples (a few ms once the name order is stored), then for each
+    // count, 20 to 60 ms.
     void warmUp() const;
     // Also forgets everything the indexed plan remembered.
     void setSearchPlan(SearchPlan plan);
@@ -214,7 +217,7 @@ private:
 
     // Runs SQL text on the connection; the caller holds the mutex (or is the constructor).
     void exec(const char* sql);
-    void migrate();
+    void migrate(const OpenProgress& progress);
     void backupBeforeVersion5();
 
     // The mutex, with any open scan group committed first.

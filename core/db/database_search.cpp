@@ -59,9 +59,17 @@ ValueList Database::valueListStrategy(const SearchQuery& query) const
 
 void Database::warmUp() const
 {
-    const auto lock = settledLock();
     try {
-        _indexed->warmUp();
+        {
+            const auto lock = settledLock();
+            _indexed->warmUp();
+        }
+        // Each count takes the lock alone, so that the window's own searches go between.
+        for (const std::string& key : IndexedPlan::firstKeys()) {
+            const auto lock = settledLock();
+            if (_searchPlan != SearchPlan::Indexed) return;
+            _indexed->warmUpCount(SearchQuery{.text = key});
+        }
     } catch (const SqliteError&) {
         // Only speed depends on it: the first search reads what is missing.
     }

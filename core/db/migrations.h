@@ -6,7 +6,7 @@
 
 namespace qv::schema {
 
-inline constexpr int kCurrentVersion = 6;
+inline constexpr int kCurrentVersion = 7;
 
 // Creates the version table with one row holding 0 when it does not exist yet.
 extern const char* const kVersionTable;

@@ -25,9 +25,6 @@ std::string refusal(const char* name, const std::string& when)
         + " BEGIN SELECT RAISE(ABORT,'FOREIGN KEY constraint failed'); END";
 }
 
-// About a second of index building at this many samples.
-constexpr std::int64_t kReportedIndexBuild = 100000;
-
 } // namespace
 
 const std::vector<SupportObject>& supportIndexes()
@@ -190,7 +187,7 @@ void createSupportObjects(Connection& db, const std::function<void(int done, int
     // A fresh or small index builds them in an instant; only a long wait is reported.
     const bool report = progress && total > 0 && [&] {
         Statement rows(db, "SELECT count(*) FROM samples");
-        return rows.step() && rows.columnInt64(0) >= kReportedIndexBuild;
+        return rows.step() && rows.columnInt64(0) >= kReportedBuild;
     }();
     int done = 0;
     for (const SupportObject* index : missing) {

@@ -65,6 +65,10 @@ inline constexpr const char* kFolderTable = "sample_folders";
 const SupportObject& folderTable();
 const std::vector<SupportObject>& folderTriggers();
 
+// About a second of index building at this many samples: a build over as many is
+// reported to the caller opening the database.
+inline constexpr std::int64_t kReportedBuild = 100000;
+
 // Creates the support indexes that are missing or defined differently, the triggers,
 // and fills the folder table when it or its triggers were not current. `progress`
 // (done, total) is told about a build only when the table is large enough for it to take

@@ -36,7 +36,7 @@ StrategyFacts IndexedPlan::countFacts(const SearchQuery& query)
     std::string sql;
     std::vector<std::string> params;
     if (narrowsResults(query) && fullTextIds(query, sql, params)) {
-        facts.fullTextMatches = fullTextMatches(query).size();
+        facts.fullTextMatches = fullTextCount(query);
         if (*facts.fullTextMatches > kAlwaysLookedUp) facts.excludedRows = excludedEstimate();
     }
     // Only when the row test gave up: listing a common word's matches costs more than
@@ -141,6 +141,18 @@ const std::vector<std::int64_t>& IndexedPlan::fullTextMatches(const SearchQuery&
     std::vector<std::string> params;
     fullTextIds(query, sql, params);
     return state().fullText.get(cacheKey(sql, params), [&] { return sortedIds(_db, sql, params); });
+}
+
+// How many full-text matches there are, kept like a count: a strategy is chosen by it
+// where the list itself may not be read (a page found among the names alone).
+std::size_t IndexedPlan::fullTextCount(const SearchQuery& query)
+{
+    std::string sql;
+    std::vector<std::string> params;
+    fullTextIds(query, sql, params);
+    return static_cast<std::size_t>(state().remembered("matched " + cacheKey(sql, params), [&] {
+        return static_cast<std::int64_t>(fullTextMatches(query).size());
+    }));
 }
 
 // The count of a query that narrows by membership alone: its distinct members less

@@ -24,7 +24,7 @@ std::vector<std::int64_t> IndexedPlan::pageIds(const SearchQuery& query)
         return statementPageIds(query, {.rowText = strategy.rowText});
     case Page::AmongMatches: return pageAmong(query, fullTextMatches(query));
     case Page::RankedGroups:
-        if (auto ids = rankedPageIds(query, fullTextMatches(query))) return *ids;
+        if (auto ids = rankedPageIds(query)) return *ids;
         return statementPageIds(query, {.rowText = strategy.rowText});
     case Page::Intersected: {
         std::vector<std::string> orderParams;

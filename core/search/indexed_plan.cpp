@@ -12,6 +12,8 @@
 #include "sql/statement_cache.h"
 #include "sql/transaction.h"
 
+#include <string_view>
+
 namespace qv {
 
 namespace {
@@ -47,6 +49,22 @@ void IndexedPlan::warmUp()
     storedKeys();
     excludedRows();
     nameOrder();
+}
+
+const std::vector<std::string>& IndexedPlan::firstKeys()
+{
+    static const std::vector<std::string> keys = [] {
+        std::vector<std::string> all;
+        for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyz0123456789")) all.emplace_back(1, c);
+        return all;
+    }();
+    return keys;
+}
+
+void IndexedPlan::warmUpCount(const SearchQuery& query)
+{
+    ReadTransaction snapshot(_db);
+    countLocked(query);
 }
 
 PlanState& IndexedPlan::state()

@@ -52,6 +52,10 @@ public:
     ValueList valueListStrategy(const SearchQuery& query);
     void forget(); // nothing remembered survives
     void warmUp(); // reads what the state of the file decides once, ahead of a search
+    // The one-character search texts, the first key of most searches, whose counts list
+    // most of the index: counted ahead, one a call, kept until anything writes.
+    static const std::vector<std::string>& firstKeys();
+    void warmUpCount(const SearchQuery& query);
 
 private:
     // plan_state.cpp
@@ -68,6 +72,7 @@ private:
     StrategyFacts countFacts(const SearchQuery& query);
     StrategyFacts facts(const SearchQuery& query);
     const std::vector<std::int64_t>& fullTextMatches(const SearchQuery& query);
+    std::size_t fullTextCount(const SearchQuery& query);
     std::int64_t membersCount(const SearchQuery& query);
     const std::vector<std::int64_t>& members(const SearchQuery& query); // membershipIds, distinct, sorted
     const std::vector<std::int64_t>* intersected(const SearchQuery& query);
@@ -99,8 +104,7 @@ private:
     const NameOrder* nameOrder();
 
     // ranked_page.cpp
-    std::optional<std::vector<std::int64_t>> rankedPageIds(const SearchQuery& query,
-                                                           const std::vector<std::int64_t>& matches);
+    std::optional<std::vector<std::int64_t>> rankedPageIds(const SearchQuery& query);
     const std::vector<std::int64_t>* exactNameMatches(const std::vector<std::string>& tokens);
 
     Connection& _db;

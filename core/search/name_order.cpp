@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace qv {
@@ -22,9 +23,31 @@ constexpr std::size_t kMaxTouched = 16384;
 // scan's write groups) are folded into it, which costs a pass over the whole order.
 constexpr std::size_t kFoldAbove = 256;
 
-// Of the stored copy: each id's place as four bytes, least significant first, and its
-// count as one. Bumped when either changes meaning (the token count's rule).
-constexpr std::int64_t kStoredFormat = 1;
+// Of the stored copy: each id's place as four bytes, least significant first, its count
+// as one, and its initials as eight. Bumped when any changes meaning (the token rule).
+constexpr std::int64_t kStoredFormat = 2;
+
+template <typename T>
+std::vector<std::uint8_t> littleEndian(const std::vector<T>& values)
+{
+    std::vector<std::uint8_t> bytes(sizeof(T) * values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        for (std::size_t b = 0; b < sizeof(T); ++b) bytes[sizeof(T) * i + b] = static_cast<std::uint8_t>(values[i] >> (8 * b));
+    }
+    return bytes;
+}
+
+template <typename T>
+std::vector<T> fromLittleEndian(std::span<const std::uint8_t> bytes)
+{
+    std::vector<T> values(bytes.size() / sizeof(T));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        T value = 0;
+        for (std::size_t b = 0; b < sizeof(T); ++b) value |= static_cast<T>(bytes[sizeof(T) * i + b]) << (8 * b);
+        values[i] = value;
+    }
+    return values;
+}
 
 } // namespace
 
@@ -62,6 +85,20 @@ bool NameOrder::refresh(std::int64_t dataVersion)
     return _usable;
 }
 
+std::vector<std::int64_t> NameOrder::holding(std::uint64_t initials) const
+{
+    std::vector<std::int64_t> ids;
+    for (std::size_t id = 0; id < _place.size(); ++id) {
+        if (_place[id] != kAbsent && (_initials[id] & initials) == initials) ids.push_back(static_cast<std::int64_t>(id));
+    }
+    if (!_touched.empty()) {
+        ids.insert(ids.end(), _touched.begin(), _touched.end());
+        std::sort(ids.begin(), ids.end());
+        ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+    }
+    return ids;
+}
+
 // The written rows as the index holds them now: each leaves its place, and each still
 // visible follows the row before it by name, which two probes of the name index find.
 // Rows that follow one another in name order were all written, so they follow the same
@@ -77,6 +114,7 @@ bool NameOrder::fold()
     struct Row {
         std::int64_t id;
         std::uint8_t words;
+        std::uint64_t initials;
         std::uint32_t after; // the place of the unwritten row it follows; kAbsent: first
         bool run;            // follows the previous written row instead
     };
@@ -103,7 +141,7 @@ bool NameOrder::fold()
     };
     while (st.step()) {
         Row row{st.columnInt64(0), static_cast<std::uint8_t>(std::min(stemTokenCount(st.columnView(1)), kMaxWords)),
-                kAbsent, false};
+                stemInitials(st.columnView(1)), kAbsent, false};
         const std::optional<std::int64_t> previous = before(st.columnView(1), row.id);
         if (previous && !rows.empty() && *previous == rows.back().id) {
             row.run = true;
@@ -130,6 +168,7 @@ bool NameOrder::fold()
     if (highest >= static_cast<std::int64_t>(4 * (kept + rows.size()) + 65536)) return false;
     _place.resize(static_cast<std::size_t>(highest + 1), kAbsent);
     _words.resize(static_cast<std::size_t>(highest + 1), 0);
+    _initials.resize(static_cast<std::size_t>(highest + 1), 0);
 
     // Both merged: each run of written rows right after the row it follows.
     std::uint32_t next = 0;
@@ -138,6 +177,7 @@ bool NameOrder::fold()
         while (r < rows.size() && (rows[r].run || rows[r].after == after)) {
             _place[static_cast<std::size_t>(rows[r].id)] = next++;
             _words[static_cast<std::size_t>(rows[r].id)] = rows[r].words;
+            _initials[static_cast<std::size_t>(rows[r].id)] = rows[r].initials;
             ++r;
         }
     };
@@ -158,6 +198,7 @@ void NameOrder::read()
     _touched.clear();
     _place.clear();
     _words.clear();
+    _initials.clear();
     if (load()) {
         _current = true;
         _usable = true;
@@ -166,6 +207,7 @@ void NameOrder::read()
 
     std::vector<std::int64_t> ids;
     std::vector<std::uint8_t> words;
+    std::vector<std::uint64_t> initials;
     Statement st(_db, std::string("SELECT id,filename FROM samples INDEXED BY ") + schema::kVisibleNameIndex + " WHERE "
                           + schema::kVisibleFile + " ORDER BY filename COLLATE NOCASE,id");
     std::int64_t highest = -1;
@@ -174,6 +216,7 @@ void NameOrder::read()
         const std::int64_t id = st.columnInt64(0);
         ids.push_back(id);
         words.push_back(static_cast<std::uint8_t>(std::min(stemTokenCount(st.columnView(1)), kMaxWords)));
+        initials.push_back(stemInitials(st.columnView(1)));
         highest = std::max(highest, id);
         negative = negative || id < 0;
     }
@@ -182,9 +225,11 @@ void NameOrder::read()
     if (negative || highest >= static_cast<std::int64_t>(4 * ids.size() + 65536)) return;
     _place.assign(static_cast<std::size_t>(highest + 1), kAbsent);
     _words.assign(static_cast<std::size_t>(highest + 1), 0);
+    _initials.assign(static_cast<std::size_t>(highest + 1), 0);
     for (std::size_t i = 0; i < ids.size(); ++i) {
         _place[static_cast<std::size_t>(ids[i])] = static_cast<std::uint32_t>(i);
         _words[static_cast<std::size_t>(ids[i])] = words[i];
+        _initials[static_cast<std::size_t>(ids[i])] = initials[i];
     }
     _usable = true;
     store();
@@ -192,18 +237,16 @@ void NameOrder::read()
 
 bool NameOrder::load()
 {
-    Statement st(_db, "SELECT places,words FROM search_name_order WHERE id=1 AND format=?");
+    Statement st(_db, "SELECT places,words,initials FROM search_name_order WHERE id=1 AND format=?");
     st.bind(1, kStoredFormat);
     if (!st.step()) return false;
     const auto places = st.columnBlob(0);
     const auto words = st.columnBlob(1);
-    if (places.size() != 4 * words.size()) return false;
-    _place.resize(words.size());
-    for (std::size_t i = 0; i < _place.size(); ++i) {
-        const std::uint8_t* p = places.data() + 4 * i;
-        _place[i] = p[0] | (p[1] << 8) | (p[2] << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
-    }
+    const auto initials = st.columnBlob(2);
+    if (places.size() != 4 * words.size() || initials.size() != 8 * words.size()) return false;
+    _place = fromLittleEndian<std::uint32_t>(places);
     _words.assign(words.begin(), words.end());
+    _initials = fromLittleEndian<std::uint64_t>(initials);
     return true;
 }
 
@@ -211,15 +254,12 @@ void NameOrder::store()
 {
     // Outside a transaction the copy could be of a later state than the one read.
     if (!_db.inTransaction()) return;
-    std::vector<std::uint8_t> places(4 * _place.size());
-    for (std::size_t i = 0; i < _place.size(); ++i) {
-        for (std::size_t b = 0; b < 4; ++b) places[4 * i + b] = static_cast<std::uint8_t>(_place[i] >> (8 * b));
-    }
     try {
-        Statement st(_db, "INSERT OR REPLACE INTO search_name_order(id,format,places,words) VALUES(1,?,?,?)");
+        Statement st(_db, "INSERT OR REPLACE INTO search_name_order(id,format,places,words,initials) VALUES(1,?,?,?,?)");
         st.bind(1, kStoredFormat);
-        st.bindBlob(2, places);
+        st.bindBlob(2, littleEndian(_place));
         st.bindBlob(3, _words);
+        st.bindBlob(4, littleEndian(_initials));
         st.step();
     } catch (const SqliteError&) {
         // Kept in memory all the same; the next process reads the index as before.

@@ -1,5 +1,5 @@
-// Each visible sample's place in name order (the name without case, then the id) and
-// its stem's token count, read once from the name index. A ranked page uses them to
+// Each visible sample's place in name order (the name without case, then the id), its
+// stem's token count and the initials of its stem's words, read once from the name index. A ranked page uses them to
 // read the matches that can rank best, name by name, instead of ranking every match.
 //
 // Kept exact without reading everything again: the update hook lists the rows this
@@ -47,6 +47,10 @@ public:
         return id >= 0 && at < _place.size() ? _place[static_cast<std::size_t>(at)] : kAbsent;
     }
     int words(std::int64_t id) const { return _words[static_cast<std::size_t>(id)]; }
+    // The initials of its stem's words (stemInitials).
+    std::uint64_t initials(std::int64_t id) const { return _initials[static_cast<std::size_t>(id)]; }
+    // Ascending: the rows holding every one of `initials`, and every touched row.
+    std::vector<std::int64_t> holding(std::uint64_t initials) const;
     // How often the whole order was read (or loaded) rather than folded.
     int reads() const { return _reads; }
 
@@ -60,6 +64,7 @@ private:
     Connection& _db;
     std::vector<std::uint32_t> _place;
     std::vector<std::uint8_t> _words;
+    std::vector<std::uint64_t> _initials;
     std::unordered_set<std::int64_t> _touched;
     bool _current = false;
     bool _usable = false;

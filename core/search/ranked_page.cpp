@@ -81,9 +81,10 @@ int leastRank(int group)
 // each in name order, until every row the page needs is known to be read: rows ranked
 // below the next group's least rank, or enough rows of the group's own least rank,
 // which come before the group's unread rows by name. SQLite then orders the rows read.
-// Nothing when the name order cannot serve.
-std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const SearchQuery& query,
-                                                                    const std::vector<std::int64_t>& matches)
+// Nothing when the name order cannot serve. One-letter tokens are first looked for among
+// the names by their initials alone, so that the first key typed does not list most of
+// the index.
+std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const SearchQuery& query)
 {
     const PlanState& current = state();
     const std::vector<std::string> tokens = searchTokens(query.text);
@@ -94,22 +95,35 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const Search
     const NameOrder& order = *ready;
     const std::int64_t need = window.offset + window.limit;
     const std::vector<std::int64_t>* exact = exactNameMatches(tokens);
-    // Each attempt reads groups afresh; with `named`, only the names holding every token
-    // rank in a group of their own, the others with the names that cannot rank.
+    // Names without a word starting as each token does cannot rank: they are never read
+    // group by group. For one-letter tokens that is all the names query would tell.
+    std::uint64_t initials = 0;
+    bool initialsSuffice = true;
+    for (const std::string& token : tokens) {
+        initials |= tokenInitialBit(token);
+        initialsSuffice = initialsSuffice && token.size() == 1 && ascii::isAlnum(token.front());
+    }
+    // Each attempt reads groups afresh; names lacking an initial, and with `named` those
+    // not holding every token, go with the names that cannot rank.
     struct Attempt {
         std::optional<std::vector<std::int64_t>> ids;
         bool wholeRanking = false; // one statement ranking every match costs less
         bool namesFirst = false;   // try again with the names holding the tokens
     };
-    const auto attempt = [&](const std::vector<std::int64_t>* named) -> Attempt {
-        // Matches by group; rows written since the order was read are ranked up front.
+    // Without `matches`, the rows grouped are the names holding every initial, which for
+    // one-letter tokens all match, and the page is found only if they fill it.
+    const auto attempt = [&](const std::vector<std::int64_t>* matches, const std::vector<std::int64_t>* named) -> Attempt {
+        std::vector<std::int64_t> holding;
+        if (!matches) holding = order.holding(initials);
+        const std::vector<std::int64_t>& source = matches ? *matches : holding;
+        // Rows by group; rows written since the order was read are ranked up front.
         std::vector<std::int64_t> touched;
-        std::vector<int> groupOf(matches.size(), -1);
+        std::vector<int> groupOf(source.size(), -1);
         std::array<std::size_t, kRankGroups + 1> starts{};
         auto exactAt = exact ? exact->begin() : std::vector<std::int64_t>::const_iterator();
         auto namedAt = named ? named->begin() : std::vector<std::int64_t>::const_iterator();
-        for (std::size_t i = 0; i < matches.size(); ++i) {
-            const std::int64_t id = matches[i];
+        for (std::size_t i = 0; i < source.size(); ++i) {
+            const std::int64_t id = source[i];
             if (order.touched(id)) {
                 touched.push_back(id);
             } else if (order.place(id) != NameOrder::kAbsent) {
@@ -118,8 +132,8 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const Search
                     exactAt = std::lower_bound(exactAt, exact->end(), id);
                     isExact = exactAt != exact->end() && *exactAt == id;
                 }
-                bool isNamed = true;
-                if (named) {
+                bool isNamed = (order.initials(id) & initials) == initials;
+                if (isNamed && named) {
                     namedAt = std::lower_bound(namedAt, named->end(), id);
                     isNamed = namedAt != named->end() && *namedAt == id;
                 }
@@ -131,8 +145,8 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const Search
         std::vector<std::int64_t> grouped(starts.back());
         {
             auto next = starts;
-            for (std::size_t i = 0; i < matches.size(); ++i) {
-                if (groupOf[i] >= 0) grouped[next[static_cast<std::size_t>(groupOf[i])]++] = matches[i];
+            for (std::size_t i = 0; i < source.size(); ++i) {
+                if (groupOf[i] >= 0) grouped[next[static_cast<std::size_t>(groupOf[i])]++] = source[i];
             }
         }
 
@@ -167,6 +181,7 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const Search
             const auto first = grouped.begin() + static_cast<std::ptrdiff_t>(starts[static_cast<std::size_t>(group)]);
             const auto last = grouped.begin() + static_cast<std::ptrdiff_t>(starts[static_cast<std::size_t>(group) + 1]);
             if (first == last) continue;
+            if (!matches && group == kRankGroups - 1) return Attempt{}; // the names did not fill it
             const int least = leastRank(group);
             while (!unsettled.empty() && unsettled.top() < least) {
                 unsettled.pop();
@@ -186,18 +201,27 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const Search
                 if (found >= wanted) return Attempt{.ids = page(least)};
                 // Few matches rank well (a word most names have only in their folder): one
                 // statement ranking them all costs less than reading them group by group.
-                if (known.size() * 4 > matches.size()) return Attempt{.ids = std::nullopt, .wholeRanking = true};
+                if (matches && known.size() * 4 > matches->size()) return Attempt{.ids = std::nullopt, .wholeRanking = true};
                 // Many names read, few holding the tokens: only those that do are read again.
-                if (!named && known.size() > kNamedCandidatesAfter) return Attempt{.ids = std::nullopt, .namesFirst = true};
+                if (!named && !initialsSuffice && known.size() > kNamedCandidatesAfter) {
+                    return Attempt{.ids = std::nullopt, .namesFirst = true};
+                }
                 from = to;
             }
         }
+        if (!matches) return Attempt{};
         return Attempt{.ids = page(kNoMatchRank)};
     };
-    Attempt result = attempt(nullptr);
+    if (initialsSuffice) {
+        // The first keys typed: the names alone usually fill the page, with no list of
+        // every match, which a one-letter prefix makes long.
+        if (Attempt early = attempt(nullptr, nullptr); early.ids) return early.ids;
+    }
+    const std::vector<std::int64_t>& matches = fullTextMatches(query);
+    Attempt result = attempt(&matches, nullptr);
     if (result.namesFirst) {
         const std::optional<std::vector<std::int64_t>> named = namedCandidates(_db, tokens);
-        result = named ? attempt(&*named) : Attempt{.ids = std::nullopt, .wholeRanking = true};
+        result = named ? attempt(&matches, &*named) : Attempt{.ids = std::nullopt, .wholeRanking = true};
     }
     return result.ids;
 }

@@ -226,6 +226,28 @@ int stemTokenCount(std::string_view filename)
     return count;
 }
 
+std::uint64_t tokenInitialBit(std::string_view token)
+{
+    if (token.empty()) return 0;
+    const char first = ascii::lower(token.front());
+    if (first >= '0' && first <= '9') return std::uint64_t{1} << (first - '0');
+    if (first >= 'a' && first <= 'z') return std::uint64_t{1} << (10 + first - 'a');
+    if (first == '#') return std::uint64_t{1} << 36;
+    return std::uint64_t{1} << 37;
+}
+
+std::uint64_t stemInitials(std::string_view filename)
+{
+    std::uint64_t bits = 0;
+    bool inToken = false;
+    for (const char c : stemOf(filename)) {
+        const bool token = isTokenByte(static_cast<unsigned char>(c));
+        if (token && !inToken) bits |= tokenInitialBit(std::string_view(&c, 1));
+        inToken = token;
+    }
+    return bits;
+}
+
 void searchRankSql(sqlite3_context* context, int argc, sqlite3_value** argv)
 {
     if (argc != 2 || sqlite3_value_type(argv[0]) == SQLITE_NULL || sqlite3_value_type(argv[1]) == SQLITE_NULL) {

@@ -7,6 +7,7 @@
 // small count of extra or gap tokens. Pure functions, safe from any thread.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,6 +32,13 @@ int filenameSearchRank(std::string_view filename, std::string_view query);
 // How many tokens the file name's stem (the name without its last ".extension") has:
 // the name tokens filenameSearchRank compares the query against.
 int stemTokenCount(std::string_view filename);
+
+// A bit for a token's first byte, lower-cased: one each for digits, letters and '#', one
+// shared by every byte above ASCII. A name token that starts with a query token has its
+// bit, so a name lacking the bit of any query token cannot rank.
+std::uint64_t tokenInitialBit(std::string_view token);
+// The bits of every token of the file name's stem.
+std::uint64_t stemInitials(std::string_view filename);
 
 // The SQL function "qv_filename_search_rank"(filename, query text).
 void searchRankSql(sqlite3_context* context, int argc, sqlite3_value** argv);

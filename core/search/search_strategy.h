@@ -24,8 +24,9 @@ struct StrategyFacts {
     std::int64_t matches = 0;   // the query's count
     std::int64_t highestId = 0; // bounds the number of visible rows, closely enough
     std::optional<std::size_t> fullTextMatches; // when the text alone narrows: the full-text table's matches
-    // Rows a count leaves out (hidden, offline), as their id ranges bound them; read only
-    // when there are more than kAlwaysLookedUp full-text matches.
+    // What subtracting the rows a count leaves out (hidden, offline) from a list costs:
+    // the rows listed one by one, and each id range of them as one; read only when there
+    // are more than kAlwaysLookedUp full-text matches.
     std::int64_t excludedRows = 0;
     // A query in name order without text that has a playlist or genres: its distinct members.
     std::optional<std::int64_t> memberRows;
