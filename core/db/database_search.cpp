@@ -6,6 +6,9 @@
 #include "search/reference_plan.h"
 #include "sql/sqlite_error.h"
 
+#include <chrono>
+#include <thread>
+
 namespace qv {
 
 std::vector<Sample> Database::search(const SearchQuery& query) const
@@ -66,9 +69,14 @@ void Database::warmUp() const
         }
         // Each count takes the lock alone, so that the window's own searches go between.
         for (const std::string& key : IndexedPlan::firstKeys()) {
-            const auto lock = settledLock();
-            if (_searchPlan != SearchPlan::Indexed) return;
-            _indexed->warmUpCount(SearchQuery{.text = key});
+            {
+                const auto lock = settledLock();
+                if (_searchPlan != SearchPlan::Indexed) return;
+                _indexed->warmUpCount(SearchQuery{.text = key});
+            }
+            // The mutex is not fair: without a pause this thread would take it again
+            // ahead of a search waiting for it.
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
     } catch (const SqliteError&) {
         // Only speed depends on it: the first search reads what is missing.
