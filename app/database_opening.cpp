@@ -34,7 +34,8 @@ std::unique_ptr<qv::Database> openDatabaseShowingProgress(const std::filesystem:
                     dialog->setMinimumWidth(460);
                 }
                 dialog->setLabelText(qv::indexPreparationText(done, total));
-                dialog->setRange(0, total);
+                // One step has no share to show: the bar just moves.
+                dialog->setRange(0, total > 1 ? total : 0);
                 dialog->setValue(done);
                 dialog->show();
             },

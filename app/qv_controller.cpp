@@ -106,6 +106,10 @@ QVController::~QVController()
 
 void QVController::applicationDidFinishLaunching()
 {
+    // The appearance first: opening the database may show a window of its own.
+    const qv::WindowTheme theme = qv::windowTheme(QSettings().value(QLatin1String(qv::kThemeSelectionKey)).toString());
+    if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance())) qv::applyDarkAppearance(*app, theme);
+
     // 1. The database; a failure to open it ends the launch.
     const std::filesystem::path path =
         _options.databasePath.empty() ? defaultDatabasePath() : _options.databasePath;
@@ -120,9 +124,7 @@ void QVController::applicationDidFinishLaunching()
     readLayoutAndSize();
     step("layout");
 
-    // 5-7. The window, always dark, in the chosen theme.
-    const qv::WindowTheme theme = qv::windowTheme(QSettings().value(QLatin1String(qv::kThemeSelectionKey)).toString());
-    if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance())) qv::applyDarkAppearance(*app, theme);
+    // 5-7. The window, always dark, in the chosen theme (applied above).
     _window = std::make_unique<QVMainWindow>(theme, _waveforms);
     const QRect visible = QGuiApplication::primaryScreen() ? QGuiApplication::primaryScreen()->availableGeometry()
                                                            : QRect(0, 0, 1920, 1080);
