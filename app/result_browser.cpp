@@ -65,6 +65,7 @@ QVResultBrowser::QVResultBrowser(qv::Database& database, qv::BrowseState& state,
 {
     _searchDebounce->setSingleShot(true);
     _searchDebounce->setInterval(100);
+    _searchDebounce->setTimerType(Qt::PreciseTimer); // a coarse one may add 5 ms to every search typed
     connect(_searchDebounce, &QTimer::timeout, this, &QVResultBrowser::refreshCompletingBrowserTransition);
 }
 
