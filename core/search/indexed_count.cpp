@@ -256,8 +256,8 @@ const std::vector<std::int64_t>& IndexedPlan::members(const SearchQuery& query)
     std::vector<std::string> params;
     membershipIds(query, sql, params);
     return state().members.get(cacheKey(sql, params), [&] {
-        std::vector<std::int64_t> ids = readIds(_db, sql, params);
-        std::sort(ids.begin(), ids.end());
+        // One genre's members come in id order from its index.
+        std::vector<std::int64_t> ids = sortedIds(_db, sql, params);
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
         return ids;
     });
