@@ -19,6 +19,23 @@ namespace {
 // more than asking the full-text table for its matches.
 constexpr std::int64_t kRowTests = 5000;
 
+// Member rows sampled to estimate the row test's full-row tests.
+constexpr std::size_t kSampledMembers = 256;
+
+// The query less its text and the membership that membershipIds reads.
+SearchQuery withoutTextAndMembers(const SearchQuery& query)
+{
+    SearchQuery rest = query;
+    rest.text.clear();
+    if (rest.playlistId) {
+        rest.playlistId.reset();
+    } else {
+        rest.genre.clear();
+        rest.genres.clear();
+    }
+    return rest;
+}
+
 // The hidden rows, from their own index.
 const std::string& hiddenRows()
 {
@@ -117,6 +134,10 @@ bool IndexedPlan::testsTextByRow(const SearchQuery& query)
     const std::string key = cacheKey(sql, m.params);
     if (current.counts.contains(key)) return true;
     if (current.rowTextRefused.contains(key)) return false;
+    if (rowTestsOverBudget(query)) {
+        current.rowTextRefused.insert(key);
+        return false;
+    }
 
     struct Unlimited {
         FullTextRowBudget* budget;
@@ -131,6 +152,37 @@ bool IndexedPlan::testsTextByRow(const SearchQuery& query)
     }
     current.rowTextRefused.insert(key);
     return false;
+}
+
+// Whether the row test of text with a genre or playlist would give up: the members'
+// rows whose text the driving index's columns do not settle each cost a full-row test.
+// Counted on evenly spaced members and scaled to all of them; past the budget, trying it
+// costs as much as meeting the text's matches and the members in memory, for nothing
+// (a common word absent from a genre's rows at a tempo).
+bool IndexedPlan::rowTestsOverBudget(const SearchQuery& query)
+{
+    std::string sql;
+    std::vector<std::string> params;
+    std::string text;
+    std::vector<std::string> textParams;
+    SearchQuery textOnly;
+    textOnly.text = query.text;
+    if (!membershipIds(query, sql, params) || !fullTextIds(textOnly, text, textParams)) return false;
+    const auto& ids = members(query);
+    if (static_cast<std::int64_t>(ids.size()) <= kRowTests) return false;
+    std::vector<std::int64_t> sampled;
+    sampled.reserve(kSampledMembers);
+    for (std::size_t i = 0; i < kSampledMembers; ++i) sampled.push_back(ids[i * ids.size() / kSampledMembers]);
+
+    const char* index = drivingIndex(query, storedKeys() != nullptr, true);
+    sql = std::string("SELECT count(*) FROM samples s NOT INDEXED WHERE s.id IN ") + sqlList(sampled) + " AND "
+        + schema::kVisibleSample + qv::countScope(state().offline);
+    params.clear();
+    appendIndexedPredicate(withoutTextAndMembers(query), Membership::List, sql, params, storedKeys(), nullptr);
+    sql += std::string(" AND NOT qv_full_text_match(?,0,") + rowColumnsOf(index) + ")";
+    params.push_back(query.text);
+    const std::int64_t unsettled = cachedCount(sql, params);
+    return unsettled * static_cast<std::int64_t>(ids.size()) > kRowTests * static_cast<std::int64_t>(kSampledMembers);
 }
 
 // The ids of the full-text matches of a query whose text alone narrows it, sorted; the
@@ -201,19 +253,11 @@ const std::vector<std::int64_t>* IndexedPlan::intersected(const SearchQuery& que
 Matches IndexedPlan::intersectedMatches(const SearchQuery& query, bool countScope)
 {
     const PlanState& current = state();
-    SearchQuery rest = query;
-    rest.text.clear();
-    if (rest.playlistId) {
-        rest.playlistId.reset(); // the members read were the playlist's (membershipIds)
-    } else {
-        rest.genre.clear();
-        rest.genres.clear();
-    }
     Matches m;
     m.from = "samples s NOT INDEXED";
     m.where = std::string(" WHERE s.id IN ") + sqlList(*intersected(query)) + " AND " + schema::kVisibleSample
         + (countScope ? qv::countScope(current.offline) : onlineScope(current.online));
-    appendIndexedPredicate(rest, Membership::List, m.where, m.params, storedKeys(), nullptr);
+    appendIndexedPredicate(withoutTextAndMembers(query), Membership::List, m.where, m.params, storedKeys(), nullptr);
     return m;
 }
 
@@ -224,8 +268,8 @@ const std::vector<std::int64_t>& IndexedPlan::members(const SearchQuery& query)
     std::vector<std::string> params;
     membershipIds(query, sql, params);
     return state().members.get(cacheKey(sql, params), [&] {
-        std::vector<std::int64_t> ids = readIds(_db, sql, params);
-        std::sort(ids.begin(), ids.end());
+        // One genre's members come in id order from its index.
+        std::vector<std::int64_t> ids = sortedIds(_db, sql, params);
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
         return ids;
     });

@@ -14,7 +14,11 @@ namespace qv {
 std::vector<std::int64_t> IndexedPlan::pageIds(const SearchQuery& query)
 {
     using Page = SearchStrategy::Page;
-    const SearchStrategy strategy = chooseStrategy(query, facts(query));
+    const StrategyFacts known = facts(query);
+    // The page's rows are among those counted (the count leaves out only offline
+    // libraries, the page reads online ones), so none lie past the count.
+    if (known.matches <= std::max<std::int64_t>(query.offset, 0)) return {};
+    const SearchStrategy strategy = chooseStrategy(query, known);
     switch (strategy.page) {
     case Page::Empty: return {};
     case Page::Segmented: return segmentedPageIds(query, strategy.walkIndex != nullptr);

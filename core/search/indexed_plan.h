@@ -69,6 +69,7 @@ private:
     // indexed_count.cpp
     std::int64_t countLocked(const SearchQuery& query);
     bool testsTextByRow(const SearchQuery& query);
+    bool rowTestsOverBudget(const SearchQuery& query);
     StrategyFacts countFacts(const SearchQuery& query);
     StrategyFacts facts(const SearchQuery& query);
     const std::vector<std::int64_t>& fullTextMatches(const SearchQuery& query);

@@ -11,16 +11,11 @@
 
 namespace qv {
 
-namespace {
-
-// The text columns an index holds, tested before the row is read for the others.
 const char* rowColumnsOf(const char* index)
 {
     const std::string name = index ? index : "";
     return name == schema::kVisibleBpmIndex || name == schema::kVisibleKeyIndex ? "s.filename,s.type" : "s.filename";
 }
-
-} // namespace
 
 Matches matches(const SearchQuery& query, const std::string& scope, const char* walkIndex,
                 const std::vector<std::string>* keys, bool rowText)

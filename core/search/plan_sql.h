@@ -26,6 +26,9 @@ struct Matches {
 Matches matches(const SearchQuery& query, const std::string& scope, const char* walkIndex,
                 const std::vector<std::string>* keys, bool rowText);
 
+// The text columns an index holds, tested before the row is read for the others.
+const char* rowColumnsOf(const char* index);
+
 // " AND +s.library_id IN (1,2)": the libraries a page joins to.
 std::string onlineScope(const std::string& online);
 // countMatching has no join to libraries: only the offline ones are left out.
