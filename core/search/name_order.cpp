@@ -8,6 +8,8 @@
 #include "sql/statement.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -24,13 +26,17 @@ constexpr std::size_t kMaxTouched = 16384;
 constexpr std::size_t kFoldAbove = 256;
 
 // Of the stored copy: each id's place as four bytes, least significant first, its count
-// as one, and its initials as eight. Bumped when any changes meaning (the token rule).
-constexpr std::int64_t kStoredFormat = 2;
+// as one, and its initials as four. Bumped when any changes meaning (the token rule).
+constexpr std::int64_t kStoredFormat = 3;
 
 template <typename T>
 std::vector<std::uint8_t> littleEndian(const std::vector<T>& values)
 {
     std::vector<std::uint8_t> bytes(sizeof(T) * values.size());
+    if constexpr (std::endian::native == std::endian::little) {
+        if (!values.empty()) std::memcpy(bytes.data(), values.data(), bytes.size());
+        return bytes;
+    }
     for (std::size_t i = 0; i < values.size(); ++i) {
         for (std::size_t b = 0; b < sizeof(T); ++b) bytes[sizeof(T) * i + b] = static_cast<std::uint8_t>(values[i] >> (8 * b));
     }
@@ -41,6 +47,11 @@ template <typename T>
 std::vector<T> fromLittleEndian(std::span<const std::uint8_t> bytes)
 {
     std::vector<T> values(bytes.size() / sizeof(T));
+    // A new process loads 9 MB at a million samples: copied whole where it can be.
+    if constexpr (std::endian::native == std::endian::little) {
+        if (!values.empty()) std::memcpy(values.data(), bytes.data(), sizeof(T) * values.size());
+        return values;
+    }
     for (std::size_t i = 0; i < values.size(); ++i) {
         T value = 0;
         for (std::size_t b = 0; b < sizeof(T); ++b) value |= static_cast<T>(bytes[sizeof(T) * i + b]) << (8 * b);
@@ -85,7 +96,7 @@ bool NameOrder::refresh(std::int64_t dataVersion)
     return _usable;
 }
 
-std::vector<std::int64_t> NameOrder::holding(std::uint64_t initials) const
+std::vector<std::int64_t> NameOrder::holding(std::uint32_t initials) const
 {
     std::vector<std::int64_t> ids;
     for (std::size_t id = 0; id < _place.size(); ++id) {
@@ -114,7 +125,7 @@ bool NameOrder::fold()
     struct Row {
         std::int64_t id;
         std::uint8_t words;
-        std::uint64_t initials;
+        std::uint32_t initials;
         std::uint32_t after; // the place of the unwritten row it follows; kAbsent: first
         bool run;            // follows the previous written row instead
     };
@@ -207,7 +218,7 @@ void NameOrder::read()
 
     std::vector<std::int64_t> ids;
     std::vector<std::uint8_t> words;
-    std::vector<std::uint64_t> initials;
+    std::vector<std::uint32_t> initials;
     Statement st(_db, std::string("SELECT id,filename FROM samples INDEXED BY ") + schema::kVisibleNameIndex + " WHERE "
                           + schema::kVisibleFile + " ORDER BY filename COLLATE NOCASE,id");
     std::int64_t highest = -1;
@@ -243,10 +254,10 @@ bool NameOrder::load()
     const auto places = st.columnBlob(0);
     const auto words = st.columnBlob(1);
     const auto initials = st.columnBlob(2);
-    if (places.size() != 4 * words.size() || initials.size() != 8 * words.size()) return false;
+    if (places.size() != 4 * words.size() || initials.size() != 4 * words.size()) return false;
     _place = fromLittleEndian<std::uint32_t>(places);
     _words.assign(words.begin(), words.end());
-    _initials = fromLittleEndian<std::uint64_t>(initials);
+    _initials = fromLittleEndian<std::uint32_t>(initials);
     return true;
 }
 

@@ -48,9 +48,9 @@ public:
     }
     int words(std::int64_t id) const { return _words[static_cast<std::size_t>(id)]; }
     // The initials of its stem's words (stemInitials).
-    std::uint64_t initials(std::int64_t id) const { return _initials[static_cast<std::size_t>(id)]; }
+    std::uint32_t initials(std::int64_t id) const { return _initials[static_cast<std::size_t>(id)]; }
     // Ascending: the rows holding every one of `initials`, and every touched row.
-    std::vector<std::int64_t> holding(std::uint64_t initials) const;
+    std::vector<std::int64_t> holding(std::uint32_t initials) const;
     // How often the whole order was read (or loaded) rather than folded.
     int reads() const { return _reads; }
 
@@ -64,7 +64,7 @@ private:
     Connection& _db;
     std::vector<std::uint32_t> _place;
     std::vector<std::uint8_t> _words;
-    std::vector<std::uint64_t> _initials;
+    std::vector<std::uint32_t> _initials;
     std::unordered_set<std::int64_t> _touched;
     bool _current = false;
     bool _usable = false;

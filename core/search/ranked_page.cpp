@@ -96,8 +96,8 @@ std::optional<std::vector<std::int64_t>> IndexedPlan::rankedPageIds(const Search
     const std::int64_t need = window.offset + window.limit;
     const std::vector<std::int64_t>* exact = exactNameMatches(tokens);
     // Names without a word starting as each token does cannot rank: they are never read
-    // group by group. For one-letter tokens that is all the names query would tell.
-    std::uint64_t initials = 0;
+    // group by group. For one-letter tokens that is about all the names query would tell.
+    std::uint32_t initials = 0;
     bool initialsSuffice = true;
     for (const std::string& token : tokens) {
         initials |= tokenInitialBit(token);

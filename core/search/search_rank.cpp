@@ -226,19 +226,19 @@ int stemTokenCount(std::string_view filename)
     return count;
 }
 
-std::uint64_t tokenInitialBit(std::string_view token)
+std::uint32_t tokenInitialBit(std::string_view token)
 {
     if (token.empty()) return 0;
     const char first = ascii::lower(token.front());
-    if (first >= '0' && first <= '9') return std::uint64_t{1} << (first - '0');
-    if (first >= 'a' && first <= 'z') return std::uint64_t{1} << (10 + first - 'a');
-    if (first == '#') return std::uint64_t{1} << 36;
-    return std::uint64_t{1} << 37;
+    if (first >= 'a' && first <= 'z') return std::uint32_t{1} << (first - 'a');
+    if (first >= '0' && first <= '9') return std::uint32_t{1} << (26 + (first - '0') % 4);
+    if (first == '#') return std::uint32_t{1} << 30;
+    return std::uint32_t{1} << 31;
 }
 
-std::uint64_t stemInitials(std::string_view filename)
+std::uint32_t stemInitials(std::string_view filename)
 {
-    std::uint64_t bits = 0;
+    std::uint32_t bits = 0;
     bool inToken = false;
     for (const char c : stemOf(filename)) {
         const bool token = isTokenByte(static_cast<unsigned char>(c));

@@ -33,12 +33,12 @@ int filenameSearchRank(std::string_view filename, std::string_view query);
 // the name tokens filenameSearchRank compares the query against.
 int stemTokenCount(std::string_view filename);
 
-// A bit for a token's first byte, lower-cased: one each for digits, letters and '#', one
-// shared by every byte above ASCII. A name token that starts with a query token has its
-// bit, so a name lacking the bit of any query token cannot rank.
-std::uint64_t tokenInitialBit(std::string_view token);
+// A bit for a token's first byte, lower-cased: one for each letter, four shared by the
+// digits, one for '#' and one for every byte above ASCII. A name token that starts with a
+// query token has its bit, so a name lacking the bit of any query token cannot rank.
+std::uint32_t tokenInitialBit(std::string_view token);
 // The bits of every token of the file name's stem.
-std::uint64_t stemInitials(std::string_view filename);
+std::uint32_t stemInitials(std::string_view filename);
 
 // The SQL function "qv_filename_search_rank"(filename, query text).
 void searchRankSql(sqlite3_context* context, int argc, sqlite3_value** argv);
