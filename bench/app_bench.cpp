@@ -569,6 +569,7 @@ int main(int argc, char** argv)
         QVController::Options{.databasePath = options.db, .warmUpAudio = false, .useAudioDevice = false});
     controller.applicationDidFinishLaunching();
     QCoreApplication::processEvents();
+    QThreadPool::globalInstance()->waitForDone(); // the launch's search warm-up, which holds the lock by turns
     qv::BrowseState& state = controller.state();
     QVResultBrowser& browser = *controller.browser();
     QVResultsView& table = *controller.window()->table;
@@ -636,7 +637,6 @@ int main(int argc, char** argv)
     if (options.only.empty() || typingOnly) {
         // As a producer types a moment after launch: the launch's background warm-up is
         // done. It runs again here from nothing kept, as the cases above drop what it read.
-        QThreadPool::globalInstance()->waitForDone();
         db.setSearchPlan(qv::SearchPlan::Indexed);
         QElapsedTimer warming;
         warming.start();
