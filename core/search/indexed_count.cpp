@@ -111,6 +111,19 @@ std::int64_t IndexedPlan::countLocked(const SearchQuery& query)
             return count;
         });
     case Count::Members: return membersCount(query);
+    case Count::Folders: {
+        // A library's root holds hundreds of thousands of rows, each read for its name and
+        // library by a count statement; the folders below it are a few thousand rows that
+        // the sample triggers keep counted. Rows without a library are not in that table:
+        // they count only while no library is offline, as in the count statement.
+        std::string sql = "SELECT (SELECT coalesce(sum(visible_samples),0) FROM " + std::string(schema::kFolderTable)
+            + " WHERE library_id IN " + current.online + " AND folder>=?1||'/' AND folder<?1||'0')";
+        if (current.offline.empty()) {
+            sql += std::string("+(SELECT count(*) FROM samples WHERE library_id IS NULL AND ") + schema::kVisibleFile
+                + " AND path>=?1||'/' AND path<?1||'0')";
+        }
+        return cachedCount(sql, {query.folder});
+    }
     case Count::Intersected: {
         const Matches m = intersectedMatches(query, true);
         return cachedCount("SELECT count(*) FROM " + m.from + m.where, m.params);

@@ -85,6 +85,9 @@ SearchStrategy::Count chooseCount(const SearchQuery& query, const StrategyFacts&
         return found > 0 && looksUp(found, facts.excludedRows) ? Count::LookedUp : Count::Listed;
     }
     if (memberIds(query, members, params)) return Count::Members;
+    SearchQuery rest = query;
+    rest.folder.clear();
+    if (!narrowsResults(rest)) return Count::Folders;
     return Count::Statement;
 }
 
@@ -139,7 +142,7 @@ ValueList chooseValueList(const SearchQuery& query, bool fewPlaceRows)
 
 std::string describe(const SearchStrategy& strategy)
 {
-    static constexpr const char* kCounts[] = {"visible", "looked up", "listed", "members", "intersected", "statement"};
+    static constexpr const char* kCounts[] = {"visible", "looked up", "listed", "members", "intersected", "folders", "statement"};
     static constexpr const char* kPages[] = {"empty",         "segmented",       "tempo groups", "among matches",
                                              "ranked groups", "members by name", "intersected",  "statement"};
     std::string text = std::string("count ") + kCounts[static_cast<int>(strategy.count)] + "; page "

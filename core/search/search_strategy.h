@@ -44,6 +44,7 @@ struct SearchStrategy {
         Listed,    // the full-text matches less the excluded ids, without reading a row
         Members,   // a genre's or playlist's distinct members less the excluded ids
         Intersected, // the full-text matches that are members, each looked up and tested
+        Folders,   // a folder alone: the folder table's counts of the folders below it
         Statement, // one count statement
     };
     enum class Page {
