@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 namespace qv {
 
@@ -42,6 +43,27 @@ const std::string& hiddenRows()
     static const std::string rows = std::string(" FROM samples INDEXED BY ") + schema::kHiddenIndex + " WHERE "
         + schema::kHiddenFile;
     return rows;
+}
+
+// The statements listing a query's full-text matches (its text alone) and its genre's or
+// playlist's members; nothing without either.
+struct TextAndMembers {
+    SearchQuery textOnly;
+    std::string text;
+    std::vector<std::string> textParams;
+    std::string members;
+    std::vector<std::string> memberParams;
+};
+
+std::optional<TextAndMembers> textAndMembers(const SearchQuery& query)
+{
+    TextAndMembers both;
+    both.textOnly.text = query.text;
+    if (!membershipIds(query, both.members, both.memberParams)
+        || !fullTextIds(both.textOnly, both.text, both.textParams)) {
+        return std::nullopt;
+    }
+    return both;
 }
 
 } // namespace
@@ -174,13 +196,7 @@ bool IndexedPlan::testsTextByRow(const SearchQuery& query)
 // (a common word absent from a genre's rows at a tempo).
 bool IndexedPlan::rowTestsOverBudget(const SearchQuery& query)
 {
-    std::string sql;
-    std::vector<std::string> params;
-    std::string text;
-    std::vector<std::string> textParams;
-    SearchQuery textOnly;
-    textOnly.text = query.text;
-    if (!membershipIds(query, sql, params) || !fullTextIds(textOnly, text, textParams)) return false;
+    if (!textAndMembers(query)) return false;
     const auto& ids = members(query);
     if (static_cast<std::int64_t>(ids.size()) <= kRowTests) return false;
     std::vector<std::int64_t> sampled;
@@ -188,9 +204,9 @@ bool IndexedPlan::rowTestsOverBudget(const SearchQuery& query)
     for (std::size_t i = 0; i < kSampledMembers; ++i) sampled.push_back(ids[i * ids.size() / kSampledMembers]);
 
     const char* index = drivingIndex(query, storedKeys() != nullptr, true);
-    sql = std::string("SELECT count(*) FROM samples s NOT INDEXED WHERE s.id IN ") + sqlList(sampled) + " AND "
-        + schema::kVisibleSample + qv::countScope(state().offline);
-    params.clear();
+    std::string sql = std::string("SELECT count(*) FROM samples s NOT INDEXED WHERE s.id IN ") + sqlList(sampled)
+        + " AND " + schema::kVisibleSample + qv::countScope(state().offline);
+    std::vector<std::string> params;
     appendIndexedPredicate(withoutTextAndMembers(query), Membership::List, sql, params, storedKeys(), nullptr);
     sql += std::string(" AND NOT qv_full_text_match(?,0,") + rowColumnsOf(index) + ")";
     params.push_back(query.text);
@@ -239,23 +255,18 @@ std::int64_t IndexedPlan::membersCount(const SearchQuery& query)
 // where testing either on the other's rows reads a row per candidate.
 const std::vector<std::int64_t>* IndexedPlan::intersected(const SearchQuery& query)
 {
-    std::string members;
-    std::vector<std::string> memberParams;
-    std::string text;
-    std::vector<std::string> textParams;
-    SearchQuery textOnly;
-    textOnly.text = query.text;
-    if (!membershipIds(query, members, memberParams) || !fullTextIds(textOnly, text, textParams)) return nullptr;
+    const std::optional<TextAndMembers> both = textAndMembers(query);
+    if (!both) return nullptr;
     PlanState& current = state();
-    std::string key = cacheKey(text, textParams) + '\0' + cacheKey(members, memberParams);
+    std::string key = cacheKey(both->text, both->textParams) + '\0' + cacheKey(both->members, both->memberParams);
     if (current.intersectedKey != key) {
-        const auto& matches = fullTextMatches(textOnly);
+        const auto& matches = fullTextMatches(both->textOnly);
         const auto& belonging = this->members(query);
-        std::vector<std::int64_t> both;
+        std::vector<std::int64_t> ids;
         std::set_intersection(matches.begin(), matches.end(), belonging.begin(), belonging.end(),
-                              std::back_inserter(both));
+                              std::back_inserter(ids));
         current.intersectedIds.reset();
-        if (both.size() <= kIntersected) current.intersectedIds = std::move(both);
+        if (ids.size() <= kIntersected) current.intersectedIds = std::move(ids);
         current.intersectedKey = std::move(key);
     }
     return current.intersectedIds ? &*current.intersectedIds : nullptr;
